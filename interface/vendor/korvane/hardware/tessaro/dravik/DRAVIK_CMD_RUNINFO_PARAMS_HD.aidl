@@ -1,0 +1,7 @@
+package vendor.korvane.hardware.tessaro.dravik;
+
+@VintfStability
+parcelable DRAVIK_CMD_RUNINFO_PARAMS_HD {
+    long cmd_id;
+    int type;
+}

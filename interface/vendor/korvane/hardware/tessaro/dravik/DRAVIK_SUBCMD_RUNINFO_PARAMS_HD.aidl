@@ -1,0 +1,7 @@
+package vendor.korvane.hardware.tessaro.dravik;
+
+@VintfStability
+parcelable DRAVIK_SUBCMD_RUNINFO_PARAMS_HD {
+    long sub_cmd_id;
+    int type;
+}

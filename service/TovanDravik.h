@@ -1,0 +1,202 @@
+#pragma once
+
+#include <aidl/vendor/korvane/hardware/tessaro/dravik/BnTovanDravik.h>
+#include <android/binder_auto_utils.h>
+
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "client/CallbackInfo.h"
+#include "dravik_mdw.h"
+#include "registry/MemInfo.h"
+
+namespace aidl::vendor::korvane::hardware::tessaro::dravik {
+
+using ::aidl::android::hardware::common::Ashmem;
+using ::aidl::android::hardware::common::NativeHandle;
+
+// The one object that serves ITovanDravik. It owns every registry, lock and counter of the
+// service; each lock guards the members named after it.
+class TovanDravik : public BnTovanDravik {
+  public:
+    TovanDravik();
+    ~TovanDravik() override;
+
+    // The remote interface, in transaction order.
+    ndk::ScopedAStatus cmd_build(int64_t in_dravik_id, int64_t in_cmd_id,
+                                 int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_cachedAndRun(int64_t in_dravik_id, int64_t in_cmd_id,
+                                        const std::vector<int64_t>& in_flushs,
+                                        const std::vector<int64_t>& in_invalidates,
+                                        int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_cachedAndRunWithType(int64_t in_dravik_id, int64_t in_cmd_id,
+                                                const std::vector<int64_t>& in_flushs,
+                                                const std::vector<int64_t>& in_invalidates,
+                                                int32_t in_type, int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_createSubcmd(int64_t in_dravik_id, int64_t in_cmd_id, int32_t in_type,
+                                        int64_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_getRunInfo(int64_t in_dravik_id, int64_t in_cmd_id, int32_t in_type,
+                                      int64_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_getRunInfos(int64_t in_dravik_id,
+                                       const std::vector<DRAVIK_CMD_RUNINFO_PARAMS_HD>& in_params,
+                                       std::vector<int64_t>* _aidl_return) override;
+    ndk::ScopedAStatus cmd_run(int64_t in_dravik_id, int64_t in_cmd_id,
+                               int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_runAsync(int64_t in_dravik_id, int64_t in_cmd_id,
+                                    int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_runWithType(int64_t in_dravik_id, int64_t in_cmd_id, int32_t in_type,
+                                       int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_runFence(int64_t in_dravik_id, int64_t in_cmd_id, int32_t in_fence_fd,
+                                    int64_t in_flags, int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_setDependencyEdge(int64_t in_dravik_id, int64_t in_cmd_id,
+                                             int64_t in_predecessor, int64_t in_successor,
+                                             int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_setDependencyPack(int64_t in_dravik_id, int64_t in_cmd_id,
+                                             int64_t in_main_sub_cmd, int64_t in_appendix_sub_cmd,
+                                             int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_setDependencyTightly(int64_t in_dravik_id, int64_t in_cmd_id,
+                                                int64_t in_predecessor, int64_t in_successor,
+                                                int64_t in_mem_id, int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_setParam(int64_t in_dravik_id, int64_t in_cmd_id, int32_t in_type,
+                                    int64_t in_value, int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_setParams(int64_t in_dravik_id,
+                                     const std::vector<DRAVIK_CMD_PARAMS_HD>& in_params,
+                                     int32_t* _aidl_return) override;
+    ndk::ScopedAStatus cmd_wait(int64_t in_dravik_id, int64_t in_cmd_id,
+                                int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_cmdBufAlloc(int64_t in_dravik_id, int32_t in_size, int32_t in_align,
+                                           DRAVIK_CMDBUF_INFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus session_cmdBufFree(int64_t in_dravik_id, int64_t in_cmd_buf_id,
+                                          int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_createCmd(int64_t in_dravik_id, int64_t* _aidl_return) override;
+    ndk::ScopedAStatus session_createInstance(int64_t* _aidl_return) override;
+    ndk::ScopedAStatus session_deleteCmd(int64_t in_dravik_id, int64_t in_cmd_id,
+                                         int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_deleteInstance(int64_t in_dravik_id, int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memAlloc(int64_t in_dravik_id, int32_t in_size, int32_t in_align,
+                                        int32_t in_mem_type, int32_t in_mem_flag,
+                                        DRAVIK_MEMINFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus session_memFlush(int64_t in_dravik_id, int64_t in_mem_id,
+                                        int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memFree(int64_t in_dravik_id, int64_t in_mem_id,
+                                       int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memGetInfoFromHostPtr(int64_t in_dravik_id, int64_t in_mem_id,
+                                                     int32_t in_type,
+                                                     int64_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memImport(int64_t in_dravik_id,
+                                         const std::vector<ndk::ScopedFileDescriptor>& in_fds,
+                                         int32_t in_size, DRAVIK_MEMINFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus session_memInvalidate(int64_t in_dravik_id, int64_t in_mem_id,
+                                             int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memSetParamViaHostPtr(int64_t in_dravik_id, int64_t in_mem_id,
+                                                     int32_t in_type, int64_t in_value,
+                                                     int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memUnImport(int64_t in_dravik_id, int64_t in_mem_id,
+                                           int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_queryDeviceMetaData(int64_t in_dravik_id, int32_t in_type,
+                                                   const Ashmem& in_metadata,
+                                                   int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_queryDeviceNum(int64_t in_dravik_id, int32_t in_type,
+                                              int64_t* _aidl_return) override;
+    ndk::ScopedAStatus session_queryInfo(int64_t in_dravik_id, int32_t in_kind,
+                                         int64_t* _aidl_return) override;
+    ndk::ScopedAStatus setCallback(
+            const std::shared_ptr<ITovanDravikCallback>& in_callback) override;
+    ndk::ScopedAStatus subCmd_addCmdBuf(int64_t in_dravik_id, int64_t in_sub_cmd_id,
+                                        int64_t in_cmd_buf_id, int32_t in_mode,
+                                        int32_t* _aidl_return) override;
+    ndk::ScopedAStatus subCmd_getRunInfo(int64_t in_dravik_id, int64_t in_sub_cmd_id,
+                                         int32_t in_type, int64_t* _aidl_return) override;
+    ndk::ScopedAStatus subCmd_getRunInfos(
+            int64_t in_dravik_id, const std::vector<DRAVIK_SUBCMD_RUNINFO_PARAMS_HD>& in_params,
+            std::vector<int64_t>* _aidl_return) override;
+    ndk::ScopedAStatus subCmd_setParam(int64_t in_dravik_id, int64_t in_sub_cmd_id, int32_t in_type,
+                                       int64_t in_value, int32_t* _aidl_return) override;
+    ndk::ScopedAStatus subCmd_setParams(int64_t in_dravik_id,
+                                        const std::vector<DRAVIK_SUBCMD_PARAMS_HD>& in_params,
+                                        int32_t* _aidl_return) override;
+    ndk::ScopedAStatus session_memGetFdFromHostPtr(
+            int64_t in_dravik_id, int64_t in_mem_id, int32_t in_type,
+            ndk::ScopedFileDescriptor* _aidl_return) override;
+    ndk::ScopedAStatus session_cmdBufAllocWithName(int64_t in_dravik_id, int32_t in_size,
+                                                   int32_t in_align, const std::string& in_name,
+                                                   int64_t in_extra,
+                                                   DRAVIK_CMDBUF_INFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus session_memAllocWithName(int64_t in_dravik_id, int32_t in_size,
+                                                int32_t in_align, int32_t in_mem_type,
+                                                int32_t in_mem_flag, const std::string& in_name,
+                                                DRAVIK_MEMINFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus cmd_cachedAndRunWithTypeExt(int64_t in_dravik_id, int64_t in_cmd_id,
+                                                   const std::vector<int64_t>& in_flushs,
+                                                   const std::vector<int64_t>& in_invalidates,
+                                                   int32_t in_type,
+                                                   std::vector<int64_t>* _aidl_return) override;
+    ndk::ScopedAStatus session_memImportWithFlag(
+            int64_t in_dravik_id, const std::vector<ndk::ScopedFileDescriptor>& in_fds,
+            int64_t in_size, int64_t in_flag, int64_t in_extra,
+            DRAVIK_MEMINFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus cmd_runFence_v2(int64_t in_dravik_id, int64_t in_cmd_id,
+                                       const NativeHandle& in_in_handle, int64_t in_flags,
+                                       NativeHandle* out_out_handle,
+                                       int32_t* _aidl_return) override;
+    ndk::ScopedAStatus unSetCallback(
+            const std::shared_ptr<ITovanDravikCallback>& in_callback) override;
+    ndk::ScopedAStatus session_memAllocV1(int64_t in_dravik_id, int64_t in_size, int64_t in_align,
+                                          int32_t in_mem_type, int64_t in_mem_flag,
+                                          const std::string& in_name, int64_t in_extra,
+                                          DRAVIK_MEMINFO_HD* _aidl_return) override;
+    ndk::ScopedAStatus session_memImportV1(int64_t in_dravik_id,
+                                           const std::vector<ndk::ScopedFileDescriptor>& in_fds,
+                                           int64_t in_size, int64_t in_flag, int64_t in_extra,
+                                           DRAVIK_MEMINFO_HD* _aidl_return) override;
+
+    // The death recipient's callback; cookie is an OnClientBinderDiedContext.
+    static void onClientBinderDied(void* cookie);
+
+    // Releases the callback of a dead client, and every session its process left behind.
+    void handleClientBinderDeath(const AIBinder* binder);
+    // Deletes every session in pid's list through session_deleteInstance; 0 when the last
+    // deletion succeeded, -1 when it failed or pid has no list.
+    int32_t releaseCrashClient(int32_t pid);
+
+  private:
+    // Whether binder has a CallbackInfo; caller holds callback_lock.
+    bool isRegisteredLocked(const AIBinder* binder) const;
+
+    using ResourceKey = std::pair<uint64_t, uint64_t>;  // (session id or kSharedOwner, id)
+
+    std::mutex session_lock;
+    std::mutex mem_lock;
+    std::mutex cmd_lock;
+    std::mutex cmd_buf_lock;
+    std::mutex subcmd_lock;
+    std::mutex pid_sessions_lock;
+    std::mutex callback_lock;
+    std::recursive_mutex run_flag_lock;
+    std::condition_variable_any run_flag_cv;
+    std::map<uint64_t, uint32_t> run_flags;
+    std::map<uint64_t, dravik_session*> session_table;
+    // MemInfo records and pid_sessions lists are deleted by the operations that erase them; the
+    // destructor deliberately leaves the ones still filed.
+    std::map<ResourceKey, MemInfo*> mem_table;
+    std::map<ResourceKey, dravik_cmd*> cmd_table;
+    std::map<ResourceKey, void*> cmd_buf_table;
+    std::map<ResourceKey, dravik_subcmd*> subcmd_table;
+    std::map<int32_t, std::vector<uint64_t>*> pid_sessions;
+    std::map<int32_t, std::shared_ptr<ITovanDravikCallback>> pid_callbacks;  // never used
+    ndk::ScopedAIBinder_DeathRecipient death_recipient;
+    uint64_t mem_id_counter = 0;
+    uint64_t cmd_id_counter = 0;
+    uint64_t cmd_buf_id_counter = 0;
+    uint64_t subcmd_id_counter = 0;
+    std::unordered_map<const AIBinder*, std::unique_ptr<OnClientBinderDiedContext>> death_contexts;
+    std::vector<CallbackInfo> callbacks;
+};
+
+}  // namespace aidl::vendor::korvane::hardware::tessaro::dravik
