@@ -159,6 +159,31 @@ class TovanDravik : public BnTovanDravik {
     // The death recipient's callback; cookie is an OnClientBinderDiedContext.
     static void onClientBinderDied(void* cookie);
 
+    // Session registry: the session id is the driver handle's numeric value.
+    uint64_t generateDravikId(dravik_session* session);
+    dravik_session* getDravikSession(uint64_t dravik_id);
+
+    // Resource registries, keyed by (session id, id); ids come from service-wide counters.
+    uint64_t generateDravikMemId(uint64_t dravik_id, void* mem, int fd, bool shared);
+    MemInfo* getDravikMem(uint64_t dravik_id, uint64_t mem_id);
+    bool eraseDravikMem(uint64_t owner_id, uint64_t mem_id);
+    uint64_t generateDravikCmdId(uint64_t dravik_id, dravik_cmd* cmd);
+    dravik_cmd* getDravikCmd(uint64_t dravik_id, uint64_t cmd_id);
+    bool eraseDravikCmd(uint64_t dravik_id, uint64_t cmd_id);
+    uint64_t generateDravikCmdBufId(uint64_t dravik_id, void* cmd_buf);
+    void* getDravikCmdBuf(uint64_t dravik_id, uint64_t cmd_buf_id);
+    bool eraseDravikCmdBuf(uint64_t dravik_id, uint64_t cmd_buf_id);
+    uint64_t generateDravikSubCmdId(uint64_t dravik_id, dravik_subcmd* sub_cmd);
+    dravik_subcmd* getDravikSubCmd(uint64_t dravik_id, uint64_t sub_cmd_id);
+
+    // Run-with-type gate: 0 no typed run, 1 a typed run is in the driver, 2 it has returned.
+    void setRunwithtypeFlagFromDravikId(uint64_t dravik_id, uint32_t flag);
+    uint32_t getRunwithtypeFlagFromDravikId(uint64_t dravik_id);
+    // The wait predicate; caller holds run_flag_lock.
+    bool checkCondition(uint64_t dravik_id);
+    // Returns once the session's typed run has returned, or after at most 3 seconds.
+    void checkRunwithtypeFlag(uint64_t dravik_id);
+
     // Releases the callback of a dead client, and every session its process left behind.
     void handleClientBinderDeath(const AIBinder* binder);
     // Deletes every session in pid's list through session_deleteInstance; 0 when the last
@@ -166,10 +191,39 @@ class TovanDravik : public BnTovanDravik {
     int32_t releaseCrashClient(int32_t pid);
 
   private:
+    using ResourceKey = std::pair<uint64_t, uint64_t>;  // (session id or kSharedOwner, id)
+
+    // The entries of one session in a resource table: its keys are contiguous.
+    template <typename Table>
+    static std::pair<typename Table::iterator, typename Table::iterator> sessionRange(
+            Table& table, uint64_t dravik_id) {
+        return {table.lower_bound({dravik_id, 0}), table.upper_bound({dravik_id, UINT64_MAX})};
+    }
+    // Frees and unfiles everything of the session; caller holds session_lock.
+    void releaseSessionResources(uint64_t dravik_id, dravik_session* session);
+    // The per-client list edit of a successful deletion.
+    void removeFromClientSessions(int32_t pid, uint64_t dravik_id);
+
+    // Memory that the driver has just allocated for a client.
+    struct AllocatedMemory {
+        uint64_t dravik_id;
+        dravik_session* session;
+        dravik_mem* mem;
+        int32_t mem_type;
+        int32_t size;  // as the record reports it
+    };
+    // Files newly allocated memory by its mem_type and fills the client's record; tmp_fd is the
+    // driver's descriptor of shareable memory.
+    ndk::ScopedAStatus fileAllocatedMemory(const AllocatedMemory& memory, DRAVIK_MEMINFO_HD* out,
+                                           int64_t* tmp_fd);
+    // Files a new command buffer and fills the client's record; logs failures with the caller's
+    // texts.
+    ndk::ScopedAStatus fileCommandBuffer(uint64_t dravik_id, dravik_session* session,
+                                         dravik_mem* cmd_buf, int32_t size,
+                                         DRAVIK_CMDBUF_INFO_HD* out, int64_t* tmp_fd);
+
     // Whether binder has a CallbackInfo; caller holds callback_lock.
     bool isRegisteredLocked(const AIBinder* binder) const;
-
-    using ResourceKey = std::pair<uint64_t, uint64_t>;  // (session id or kSharedOwner, id)
 
     std::mutex session_lock;
     std::mutex mem_lock;

@@ -116,25 +116,7 @@ ndk::ScopedAStatus TovanDravik::cmd_wait(int64_t /*in_dravik_id*/, int64_t /*in_
     return ndk::ScopedAStatus::ok();
 }
 
-ndk::ScopedAStatus TovanDravik::session_cmdBufAlloc(int64_t /*in_dravik_id*/, int32_t /*in_size*/,
-                                                    int32_t /*in_align*/,
-                                                    DRAVIK_CMDBUF_INFO_HD* /*_aidl_return*/) {
-    return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
-}
-
-ndk::ScopedAStatus TovanDravik::session_cmdBufFree(int64_t /*in_dravik_id*/,
-                                                   int64_t /*in_cmd_buf_id*/,
-                                                   int32_t* _aidl_return) {
-    *_aidl_return = -1;
-    return ndk::ScopedAStatus::ok();
-}
-
 ndk::ScopedAStatus TovanDravik::session_createCmd(int64_t /*in_dravik_id*/, int64_t* _aidl_return) {
-    *_aidl_return = 0;
-    return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
-}
-
-ndk::ScopedAStatus TovanDravik::session_createInstance(int64_t* _aidl_return) {
     *_aidl_return = 0;
     return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
 }
@@ -145,27 +127,8 @@ ndk::ScopedAStatus TovanDravik::session_deleteCmd(int64_t /*in_dravik_id*/, int6
     return ndk::ScopedAStatus::ok();
 }
 
-ndk::ScopedAStatus TovanDravik::session_deleteInstance(int64_t /*in_dravik_id*/,
-                                                       int32_t* _aidl_return) {
-    *_aidl_return = -1;
-    return ndk::ScopedAStatus::ok();
-}
-
-ndk::ScopedAStatus TovanDravik::session_memAlloc(int64_t /*in_dravik_id*/, int32_t /*in_size*/,
-                                                 int32_t /*in_align*/, int32_t /*in_mem_type*/,
-                                                 int32_t /*in_mem_flag*/,
-                                                 DRAVIK_MEMINFO_HD* /*_aidl_return*/) {
-    return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
-}
-
 ndk::ScopedAStatus TovanDravik::session_memFlush(int64_t /*in_dravik_id*/, int64_t /*in_mem_id*/,
                                                  int32_t* _aidl_return) {
-    *_aidl_return = -1;
-    return ndk::ScopedAStatus::ok();
-}
-
-ndk::ScopedAStatus TovanDravik::session_memFree(int64_t /*in_dravik_id*/, int64_t /*in_mem_id*/,
-                                                int32_t* _aidl_return) {
     *_aidl_return = -1;
     return ndk::ScopedAStatus::ok();
 }
@@ -268,22 +231,6 @@ ndk::ScopedAStatus TovanDravik::session_memGetFdFromHostPtr(
     return ndk::ScopedAStatus::ok();
 }
 
-ndk::ScopedAStatus TovanDravik::session_cmdBufAllocWithName(
-        int64_t /*in_dravik_id*/, int32_t /*in_size*/, int32_t /*in_align*/,
-        const std::string& /*in_name*/, int64_t /*in_extra*/,
-        DRAVIK_CMDBUF_INFO_HD* /*_aidl_return*/) {
-    return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
-}
-
-ndk::ScopedAStatus TovanDravik::session_memAllocWithName(int64_t /*in_dravik_id*/,
-                                                         int32_t /*in_size*/, int32_t /*in_align*/,
-                                                         int32_t /*in_mem_type*/,
-                                                         int32_t /*in_mem_flag*/,
-                                                         const std::string& /*in_name*/,
-                                                         DRAVIK_MEMINFO_HD* /*_aidl_return*/) {
-    return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
-}
-
 ndk::ScopedAStatus TovanDravik::cmd_cachedAndRunWithTypeExt(
         int64_t /*in_dravik_id*/, int64_t /*in_cmd_id*/, const std::vector<int64_t>& /*in_flushs*/,
         const std::vector<int64_t>& /*in_invalidates*/, int32_t /*in_type*/,
@@ -305,15 +252,6 @@ ndk::ScopedAStatus TovanDravik::cmd_runFence_v2(int64_t /*in_dravik_id*/, int64_
                                                 int32_t* _aidl_return) {
     *_aidl_return = -1;
     return ndk::ScopedAStatus::ok();
-}
-
-ndk::ScopedAStatus TovanDravik::session_memAllocV1(int64_t /*in_dravik_id*/, int64_t /*in_size*/,
-                                                   int64_t /*in_align*/, int32_t /*in_mem_type*/,
-                                                   int64_t /*in_mem_flag*/,
-                                                   const std::string& /*in_name*/,
-                                                   int64_t /*in_extra*/,
-                                                   DRAVIK_MEMINFO_HD* /*_aidl_return*/) {
-    return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
 }
 
 ndk::ScopedAStatus TovanDravik::session_memImportV1(

@@ -17,7 +17,7 @@ std::string get(const char* key, const char* default_value = "fallback") {
 }
 
 class PropertyStoreTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char path_template[] = "/tmp/properties-XXXXXX";
         int fd = mkstemp(path_template);

@@ -107,8 +107,8 @@ extern "C" binder_exception_t AServiceManager_addService(AIBinder* binder, const
         }
     }
     using AddService = binder_exception_t (*)(AIBinder*, const char*);
-    static AddService add = platform_recorder::nextDefinition<AddService>(
-            "AServiceManager_addService");
+    static AddService add =
+            platform_recorder::nextDefinition<AddService>("AServiceManager_addService");
     return add(binder, instance);
 }
 
@@ -120,7 +120,7 @@ extern "C" binder_status_t AServiceManager_registerLazyService(AIBinder* binder,
         if (state().registration_result) return *state().registration_result;
     }
     using RegisterLazy = binder_status_t (*)(AIBinder*, const char*);
-    static RegisterLazy register_lazy = platform_recorder::nextDefinition<RegisterLazy>(
-            "AServiceManager_registerLazyService");
+    static RegisterLazy register_lazy =
+            platform_recorder::nextDefinition<RegisterLazy>("AServiceManager_registerLazyService");
     return register_lazy(binder, instance);
 }

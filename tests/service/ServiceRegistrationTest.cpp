@@ -27,7 +27,7 @@ std::string frozenHash() {
 }
 
 class ServiceRegistrationTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         host_properties_reset();
         platform_recorder::reset();

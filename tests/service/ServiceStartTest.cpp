@@ -15,7 +15,7 @@ constexpr const char* kInstance = "vendor.korvane.hardware.tessaro.dravik.ITovan
 constexpr const char* kDisabled = "Halvera is not enabled\n";
 
 class ServiceStartTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         host_properties_reset();
         recorder::reset();
@@ -39,10 +39,10 @@ TEST_F(ServiceStartTest, DebugFlagFollowsBuildTypeAndDebugProperty) {
         uint8_t expected;
     };
     const Case cases[] = {
-            {"eng", "0", 1},         {"eng", nullptr, 1},         {"engineering", "0", 0},
-            {"eng2", "0", 0},        {"en", "0", 0},              {"user", "1", 1},
-            {"engineering", "1", 1}, {"userdebug", "true", 0},    {"user", "1 ", 0},
-            {"user", "10", 0},       {nullptr, nullptr, 0},       {nullptr, "1", 1},
+            {"eng", "0", 1},         {"eng", nullptr, 1},      {"engineering", "0", 0},
+            {"eng2", "0", 0},        {"en", "0", 0},           {"user", "1", 1},
+            {"engineering", "1", 1}, {"userdebug", "true", 0}, {"user", "1 ", 0},
+            {"user", "10", 0},       {nullptr, nullptr, 0},    {nullptr, "1", 1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.build_type ? c.build_type : "(unset)") + " / " +
