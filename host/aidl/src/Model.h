@@ -10,14 +10,24 @@ namespace aidl_ndk_generator {
 
 // What a type name stands for once resolved. Parsing leaves every type Unresolved; validation
 // fills in the kind and, for user types, the fully qualified name.
-enum class TypeKind { Unresolved, Void, Boolean, Int, Long, String, FileDescriptor, Record, Interface };
+enum class TypeKind {
+    Unresolved,
+    Void,
+    Boolean,
+    Int,
+    Long,
+    String,
+    FileDescriptor,
+    Record,
+    Interface
+};
 
 struct TypeReference {
     std::string spelled_name;  // as written: "long", "NativeHandle", "a.b.NativeHandle"
     bool is_array = false;
     int line = 0;
     TypeKind kind = TypeKind::Unresolved;
-    std::string qualified_name;  // user types only, after validation
+    std::string qualified_name;    // user types only, after validation
     bool vintf_stability = false;  // user types only: whether the referenced type is VINTF-stable
 };
 

@@ -1,0 +1,10 @@
+// Frozen snapshot of one version of this AIDL API. Do not edit it: the interface
+// hash of the version is computed over this exact text.
+package vendor.korvane.hardware.tessaro.dravik;
+@VintfStability
+parcelable DRAVIK_CMDBUF_INFO_HD {
+  long cmd_buf_id;
+  ParcelFileDescriptor[] fds;
+  int reserved;
+  int size;
+}

@@ -1,0 +1,11 @@
+// Frozen snapshot of one version of this AIDL API. Do not edit it: the interface
+// hash of the version is computed over this exact text.
+package vendor.korvane.hardware.tessaro.dravik;
+@VintfStability
+parcelable DRAVIK_MEMINFO_HD {
+  long mem_id;
+  long mem_ptr;
+  ParcelFileDescriptor[] fds;
+  int reserved;
+  int size;
+}
