@@ -1,0 +1,53 @@
+/**
+ * The service manager: the directory in which services are registered under instance names
+ * (usually "<interface descriptor>/<instance>") and in which clients look them up.
+ *
+ * Every binder returned here is a new strong reference that the caller owns and releases with
+ * AIBinder_decStrong (or hands to an ndk::SpAIBinder). The manager keeps its own strong reference
+ * to every registered binder, so a registered object lives on after its creator lets go.
+ * Registering a name again replaces the previous binder, whose reference is released. All
+ * functions may be called from any thread.
+ *
+ * Instance names are 1 to 127 characters of letters, digits and "_.-/".
+ */
+#pragma once
+
+#include <android/binder_ibinder.h>
+#include <android/binder_status.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Registers binder under instance. EX_NONE on success; EX_ILLEGAL_ARGUMENT for a null binder, a
+ * null instance or an invalid instance name.
+ */
+__attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
+        AIBinder* binder, const char* instance);
+
+/**
+ * Registers binder under instance as a lazy service: one whose process may stop once it has no
+ * clients. STATUS_OK on success; STATUS_UNEXPECTED_NULL for null arguments, STATUS_BAD_VALUE for
+ * an invalid instance name.
+ */
+binder_status_t AServiceManager_registerLazyService(AIBinder* binder, const char* instance);
+
+/** The binder registered under instance, or null at once when there is none. */
+__attribute__((warn_unused_result)) AIBinder* AServiceManager_checkService(const char* instance);
+
+/**
+ * The binder registered under instance; when there is none yet, waits a few seconds for one to
+ * be registered, then answers null.
+ */
+__attribute__((warn_unused_result)) AIBinder* AServiceManager_getService(const char* instance);
+
+/**
+ * The binder registered under instance, waiting as long as it takes for one to be registered.
+ * Null at once for a null or invalid instance name.
+ */
+__attribute__((warn_unused_result)) AIBinder* AServiceManager_waitForService(const char* instance);
+
+#ifdef __cplusplus
+}  // extern "C"
+#endif
