@@ -16,7 +16,7 @@ namespace {
 
 using namespace aidl::vendor::korvane::hardware::tessaro::dravik;
 
-TEST(StubTransactionTest, TransactionCodesFollowDeclarationOrder) {
+TEST(InterfaceDefinitionTest, TransactionCodesFollowDeclarationOrder) {
     const std::vector<uint32_t> codes = {
             ITovanDravik::TRANSACTION_cmd_build,
             ITovanDravik::TRANSACTION_cmd_cachedAndRun,

@@ -83,3 +83,24 @@ TEST_F(ServiceRegistrationTest, ServiceManagerReferenceKeepsTheServiceAlive) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ServiceRegistrationTest, MethodsTraceUnderTheNeuralNetworkTagOnly) {
+    TessaroDravikServerInitInternal();
+    ndk::SpAIBinder binder(AServiceManager_checkService(kInstance));
+    std::shared_ptr<ITovanDravik> service = ITovanDravik::fromBinder(binder);
+    ASSERT_NE(service, nullptr);
+    int32_t ret = 0;
+
+    platform_recorder::enableTraceTags(~(uint64_t{1} << 25));
+    ASSERT_TRUE(service->session_deleteInstance(1, &ret).isOk());
+    EXPECT_TRUE(platform_recorder::traceEvents().empty());
+
+    platform_recorder::enableTraceTags(uint64_t{1} << 25);
+    ASSERT_TRUE(service->session_deleteInstance(1, &ret).isOk());
+    EXPECT_EQ(platform_recorder::traceEvents(),
+              (std::vector<std::string>{"begin session_deleteInstance", "end"}));
+}
+
+}  // namespace

@@ -148,7 +148,9 @@ TEST_F(ServiceStartTest, RegistrationFailureIsLoggedOnceAndStartReturns) {
         recorder::reset();
         enableService();
         setProperty("ro.vendor.qel_nn_lazyhal_support", c.lazy);
-        recorder::failRegistrations(c.lazy[0] == '1' ? STATUS_UNKNOWN_ERROR : EX_ILLEGAL_STATE);
+        recorder::failRegistrations(c.lazy[0] == '1'
+                                            ? STATUS_UNKNOWN_ERROR
+                                            : static_cast<binder_status_t>(EX_ILLEGAL_STATE));
 
         TessaroDravikServerInitInternal();
         auto lines = recorder::logLinesWithText(c.message);
