@@ -1,0 +1,138 @@
+#include <android/log.h>
+
+#include <thread>
+
+#include "ServiceFixture.h"
+
+namespace service_test {
+namespace {
+
+using RegistryTest = ServiceFixture;
+
+dravik_session* sessionHandle(uintptr_t value) {
+    return reinterpret_cast<dravik_session*>(value);
+}
+
+TEST_F(RegistryTest, SessionIdsAreTheDriverHandles) {
+    EXPECT_EQ(service_->generateDravikId(sessionHandle(0x1000)), 0x1000u);
+    // A handle seen again maps to the id it had, and the entry is left as it was.
+    EXPECT_EQ(service_->generateDravikId(sessionHandle(0x1000)), 0x1000u);
+    EXPECT_EQ(service_->getDravikSession(0x1000), sessionHandle(0x1000));
+    EXPECT_TRUE(platform_recorder::logLines().empty());
+
+    EXPECT_EQ(service_->getDravikSession(0), nullptr);
+    EXPECT_EQ(service_->getDravikSession(0x2000), nullptr);
+    EXPECT_EQ(logTexts(ANDROID_LOG_ERROR),
+              (std::vector<std::string>{"getDravikSession fail", "getDravikSession fail"}));
+}
+
+TEST_F(RegistryTest, IdsCountPerTableFromOneAndAreNeverReused) {
+    auto* pointer = reinterpret_cast<void*>(0x10);
+    EXPECT_EQ(service_->generateDravikMemId(7, pointer, 0, false), 1u);
+    EXPECT_EQ(service_->generateDravikCmdId(7, reinterpret_cast<dravik_cmd*>(pointer)), 1u);
+    EXPECT_EQ(service_->generateDravikCmdBufId(7, pointer), 1u);
+    EXPECT_EQ(service_->generateDravikSubCmdId(7, reinterpret_cast<dravik_subcmd*>(pointer)), 1u);
+    EXPECT_EQ(countLines("generateDravikCmdId cmd_id=7 dravik_sub_cmd_id=1"), 1u);
+
+    EXPECT_TRUE(service_->eraseDravikCmd(7, 1));
+    EXPECT_FALSE(service_->eraseDravikCmd(7, 1));
+    EXPECT_EQ(countLines("eraseDravikCmd Failed"), 1u);
+    EXPECT_EQ(service_->generateDravikCmdId(7, reinterpret_cast<dravik_cmd*>(pointer)), 2u);
+    EXPECT_TRUE(service_->eraseDravikMem(7, 1));
+    EXPECT_EQ(service_->generateDravikMemId(8, pointer, 0, false), 2u);
+    EXPECT_TRUE(service_->eraseDravikCmdBuf(7, 1));
+    EXPECT_FALSE(service_->eraseDravikCmdBuf(7, 1));
+    EXPECT_EQ(countLines("eraseDravikCmdBuf Failed"), 1u);
+}
+
+TEST_F(RegistryTest, SharedMemoryIsFoundThroughAnySessionAndPrivateMemoryOnlyThroughItsOwn) {
+    auto* shared_memory = reinterpret_cast<void*>(0x100);
+    auto* private_memory = reinterpret_cast<void*>(0x200);
+    const uint64_t shared_id = service_->generateDravikMemId(7, shared_memory, 0, true);
+    const uint64_t private_id = service_->generateDravikMemId(7, private_memory, 5, false);
+
+    for (uint64_t session : {uint64_t{7}, uint64_t{8}, uint64_t{0}, kSharedOwner}) {
+        MemInfo* found = service_->getDravikMem(session, shared_id);
+        ASSERT_NE(found, nullptr) << session;
+        EXPECT_EQ(found->mem, shared_memory);
+        EXPECT_TRUE(found->shared);
+        EXPECT_EQ(found->newfd, 0);
+    }
+    MemInfo* own = service_->getDravikMem(7, private_id);
+    ASSERT_NE(own, nullptr);
+    EXPECT_EQ(own->newfd, 5);
+    EXPECT_FALSE(own->shared);
+    EXPECT_EQ(service_->getDravikMem(8, private_id), nullptr);
+    EXPECT_EQ(service_->getDravikMem(7, 999), nullptr);
+
+    // Erasing shared memory through a session id finds nothing; the entry stays.
+    EXPECT_FALSE(service_->eraseDravikMem(7, shared_id));
+    EXPECT_NE(service_->getDravikMem(7, shared_id), nullptr);
+    EXPECT_TRUE(service_->eraseDravikMem(kSharedOwner, shared_id));
+    EXPECT_EQ(service_->getDravikMem(7, shared_id), nullptr);
+    // The memory table is silent in every case.
+    EXPECT_TRUE(platform_recorder::logLines().empty());
+}
+
+TEST_F(RegistryTest, LookupsOfUnknownIdsLogTheirTable) {
+    auto* pointer = reinterpret_cast<void*>(0x10);
+    const uint64_t sub_cmd_id =
+            service_->generateDravikSubCmdId(7, reinterpret_cast<dravik_subcmd*>(pointer));
+    platform_recorder::reset();
+
+    EXPECT_EQ(service_->getDravikCmd(7, 1), nullptr);
+    EXPECT_EQ(service_->getDravikCmdBuf(7, 1), nullptr);
+    EXPECT_EQ(service_->getDravikSubCmd(8, sub_cmd_id), nullptr);
+    EXPECT_EQ(service_->getDravikSubCmd(7, sub_cmd_id), reinterpret_cast<dravik_subcmd*>(pointer));
+    EXPECT_EQ(logTexts(), (std::vector<std::string>{
+                                  "getDravikCmd Failed",
+                                  "getDravikCmdBuf Failed",
+                                  "getDravikSubCmd Failed dravik_id:8 dravik_sub_cmd_id:1",
+                                  "getDravikSubCmd Success dravik_id:7 dravik_sub_cmd_id:1",
+                          }));
+}
+
+TEST_F(RegistryTest, GatePassesAtOnceUnlessATypedRunIsInTheDriver) {
+    service_->checkRunwithtypeFlag(42);
+    EXPECT_EQ(logTexts(), (std::vector<std::string>{
+                                  "getRunwithtypeFlagFromDravikId not found, dravik_id:42",
+                                  "checkRunwithtypeFlag dravik_id:42 run_flag is not 1, "
+                                  "continuing execution...",
+                          }));
+    platform_recorder::reset();
+    service_->setRunwithtypeFlagFromDravikId(42, 2);
+    service_->checkRunwithtypeFlag(42);
+    auto lines = platform_recorder::logLines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].text, "setRunwithtypeFlagFromDravikId dravik_id:42 run_flag:2");
+    EXPECT_EQ(lines[0].priority, ANDROID_LOG_DEBUG);
+    EXPECT_EQ(lines[1].text,
+              "checkRunwithtypeFlag dravik_id:42 run_flag is not 1, continuing execution...");
+    EXPECT_EQ(service_->getRunwithtypeFlagFromDravikId(42), 2u);
+}
+
+TEST_F(RegistryTest, GateReleasesTheWaiterWhenTheRunReturns) {
+    DEBUG_LOG_DRAVIK = 0;  // the gate's lines are printed regardless
+    service_->setRunwithtypeFlagFromDravikId(42, 1);
+    std::thread run_returns([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        service_->setRunwithtypeFlagFromDravikId(42, 2);
+    });
+    service_->checkRunwithtypeFlag(42);
+    run_returns.join();
+    EXPECT_EQ(countLines("checkRunwithtypeFlag dravik_id:42 run_flag is 2..."), 1u);
+    EXPECT_EQ(countLines("checkRunwithtypeFlag dravik_id:42 run_flag become 2 timeout"), 0u);
+}
+
+TEST_F(RegistryTest, GateGivesUpOnAStuckRunAfterItsBound) {
+    service_->setRunwithtypeFlagFromDravikId(42, 1);
+    service_->checkRunwithtypeFlag(42);
+    auto timeout = platform_recorder::logLinesWithText(
+            "checkRunwithtypeFlag dravik_id:42 run_flag become 2 timeout");
+    ASSERT_EQ(timeout.size(), 1u);
+    EXPECT_EQ(timeout[0].priority, ANDROID_LOG_ERROR);
+    EXPECT_EQ(service_->getRunwithtypeFlagFromDravikId(42), 1u);
+}
+
+}  // namespace
+}  // namespace service_test

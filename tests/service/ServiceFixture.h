@@ -1,0 +1,67 @@
+#pragma once
+
+// A service object of its own for each test, over the fake driver, with the platform recorder
+// catching its log lines and debug logging on.
+
+#include <FakeDriver.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "PlatformRecorder.h"
+#include "service/DebugConfig.h"
+#include "service/TovanDravik.h"
+
+namespace service_test {
+
+using namespace aidl::vendor::korvane::hardware::tessaro::dravik;
+
+class ServiceFixture : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        fake_driver::reset();
+        platform_recorder::reset();
+        DEBUG_LOG_DRAVIK = 1;
+        service_ = ndk::SharedRefBase::make<TovanDravik>();
+    }
+    void TearDown() override { DEBUG_LOG_DRAVIK = 0; }
+
+    // Creates a session through the service; fails the test when it cannot.
+    uint64_t createSession() {
+        int64_t id = 0;
+        EXPECT_TRUE(service_->session_createInstance(&id).isOk());
+        EXPECT_NE(id, 0);
+        return static_cast<uint64_t>(id);
+    }
+
+    int32_t deleteSession(uint64_t id) {
+        int32_t ret = 12345;
+        EXPECT_TRUE(service_->session_deleteInstance(static_cast<int64_t>(id), &ret).isOk());
+        return ret;
+    }
+
+    // The texts of every line logged, in order, at priority or any priority when 0.
+    static std::vector<std::string> logTexts(int priority = 0) {
+        std::vector<std::string> texts;
+        for (const auto& line : platform_recorder::logLines()) {
+            if (priority == 0 || line.priority == priority) texts.push_back(line.text);
+        }
+        return texts;
+    }
+
+    static size_t countLines(const std::string& text) {
+        return platform_recorder::logLinesWithText(text).size();
+    }
+
+    // The names of the driver functions called, in order.
+    static std::vector<std::string> driverCalls() {
+        std::vector<std::string> names;
+        for (const auto& call : fake_driver::calls()) names.push_back(call.function);
+        return names;
+    }
+
+    std::shared_ptr<TovanDravik> service_;
+};
+
+}  // namespace service_test
