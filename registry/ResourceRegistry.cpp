@@ -8,10 +8,10 @@ namespace aidl::vendor::korvane::hardware::tessaro::dravik {
 namespace {
 
 // Looks up the exact key; a key present with a null value counts as absent.
-template <typename Table>
-typename Table::mapped_type findPresent(const Table& table, uint64_t dravik_id, uint64_t id) {
-    auto found = table.find({dravik_id, id});
-    return found != table.end() ? found->second : nullptr;
+template <typename Value>
+Value findPresent(SessionKeyedTable<Value>& table, uint64_t dravik_id, uint64_t id) {
+    Value* found = table.find(dravik_id, id);
+    return found != nullptr ? *found : nullptr;
 }
 
 }  // namespace
@@ -20,32 +20,33 @@ uint64_t TovanDravik::generateDravikMemId(uint64_t dravik_id, void* mem, int fd,
     std::lock_guard<std::mutex> guard(mem_lock);
     const uint64_t id = ++mem_id_counter;
     const uint64_t owner = shared ? kSharedOwner : dravik_id;
-    mem_table.emplace(ResourceKey{owner, id}, new MemInfo{mem, fd, shared});
+    // Ids never repeat, so the key is always new.
+    mem_table.emplace(owner, id, new MemInfo{mem, fd, shared});
     return mem_id_counter;
 }
 
 MemInfo* TovanDravik::getDravikMem(uint64_t dravik_id, uint64_t mem_id) {
     std::lock_guard<std::mutex> guard(mem_lock);
     // The session's own entry is returned as it is, even null; only a miss tries the shared one.
-    auto own = mem_table.find({dravik_id, mem_id});
-    if (own != mem_table.end()) return own->second;
+    MemInfo** own = mem_table.find(dravik_id, mem_id);
+    if (own != nullptr) return *own;
     return findPresent(mem_table, kSharedOwner, mem_id);
 }
 
 bool TovanDravik::eraseDravikMem(uint64_t owner_id, uint64_t mem_id) {
     std::lock_guard<std::mutex> guard(mem_lock);
     // No second try under kSharedOwner: shared memory erased through a session id stays filed.
-    auto found = mem_table.find({owner_id, mem_id});
-    if (found == mem_table.end()) return false;
-    delete found->second;
-    mem_table.erase(found);
+    MemInfo** found = mem_table.find(owner_id, mem_id);
+    if (found == nullptr) return false;
+    delete *found;
+    mem_table.erase(owner_id, mem_id);
     return true;
 }
 
 uint64_t TovanDravik::generateDravikCmdId(uint64_t dravik_id, dravik_cmd* cmd) {
     std::lock_guard<std::mutex> guard(cmd_lock);
     const uint64_t id = ++cmd_id_counter;
-    cmd_table.emplace(ResourceKey{dravik_id, id}, cmd);
+    cmd_table.emplace(dravik_id, id, cmd);
     return cmd_id_counter;
 }
 
@@ -58,7 +59,7 @@ dravik_cmd* TovanDravik::getDravikCmd(uint64_t dravik_id, uint64_t cmd_id) {
 
 bool TovanDravik::eraseDravikCmd(uint64_t dravik_id, uint64_t cmd_id) {
     std::lock_guard<std::mutex> guard(cmd_lock);
-    if (cmd_table.erase({dravik_id, cmd_id}) == 0) {
+    if (!cmd_table.erase(dravik_id, cmd_id)) {
         DRAVIK_LOGE("eraseDravikCmd Failed");
         return false;
     }
@@ -68,7 +69,7 @@ bool TovanDravik::eraseDravikCmd(uint64_t dravik_id, uint64_t cmd_id) {
 uint64_t TovanDravik::generateDravikCmdBufId(uint64_t dravik_id, void* cmd_buf) {
     std::lock_guard<std::mutex> guard(cmd_buf_lock);
     const uint64_t id = ++cmd_buf_id_counter;
-    cmd_buf_table.emplace(ResourceKey{dravik_id, id}, cmd_buf);
+    cmd_buf_table.emplace(dravik_id, id, cmd_buf);
     return cmd_buf_id_counter;
 }
 
@@ -81,7 +82,7 @@ void* TovanDravik::getDravikCmdBuf(uint64_t dravik_id, uint64_t cmd_buf_id) {
 
 bool TovanDravik::eraseDravikCmdBuf(uint64_t dravik_id, uint64_t cmd_buf_id) {
     std::lock_guard<std::mutex> guard(cmd_buf_lock);
-    if (cmd_buf_table.erase({dravik_id, cmd_buf_id}) == 0) {
+    if (!cmd_buf_table.erase(dravik_id, cmd_buf_id)) {
         DRAVIK_LOGE("eraseDravikCmdBuf Failed");
         return false;
     }
@@ -91,7 +92,7 @@ bool TovanDravik::eraseDravikCmdBuf(uint64_t dravik_id, uint64_t cmd_buf_id) {
 uint64_t TovanDravik::generateDravikSubCmdId(uint64_t dravik_id, dravik_subcmd* sub_cmd) {
     std::lock_guard<std::mutex> guard(subcmd_lock);
     const uint64_t id = ++subcmd_id_counter;
-    subcmd_table.emplace(ResourceKey{dravik_id, id}, sub_cmd);
+    subcmd_table.emplace(dravik_id, id, sub_cmd);
     // The text names the command generator and calls the session id cmd_id; it is kept so.
     DRAVIK_LOGI("generateDravikCmdId cmd_id=%lu dravik_sub_cmd_id=%lu", dravik_id, id);
     return subcmd_id_counter;

@@ -9,12 +9,12 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "client/CallbackInfo.h"
 #include "dravik_mdw.h"
 #include "registry/MemInfo.h"
+#include "registry/SessionKeyedTable.h"
 
 namespace aidl::vendor::korvane::hardware::tessaro::dravik {
 
@@ -191,14 +191,6 @@ class TovanDravik : public BnTovanDravik {
     int32_t releaseCrashClient(int32_t pid);
 
   private:
-    using ResourceKey = std::pair<uint64_t, uint64_t>;  // (session id or kSharedOwner, id)
-
-    // The entries of one session in a resource table: its keys are contiguous.
-    template <typename Table>
-    static std::pair<typename Table::iterator, typename Table::iterator> sessionRange(
-            Table& table, uint64_t dravik_id) {
-        return {table.lower_bound({dravik_id, 0}), table.upper_bound({dravik_id, UINT64_MAX})};
-    }
     // Frees and unfiles everything of the session; caller holds session_lock.
     void releaseSessionResources(uint64_t dravik_id, dravik_session* session);
     // The per-client list edit of a successful deletion.
@@ -238,10 +230,10 @@ class TovanDravik : public BnTovanDravik {
     std::map<uint64_t, dravik_session*> session_table;
     // MemInfo records and pid_sessions lists are deleted by the operations that erase them; the
     // destructor deliberately leaves the ones still filed.
-    std::map<ResourceKey, MemInfo*> mem_table;
-    std::map<ResourceKey, dravik_cmd*> cmd_table;
-    std::map<ResourceKey, void*> cmd_buf_table;
-    std::map<ResourceKey, dravik_subcmd*> subcmd_table;
+    SessionKeyedTable<MemInfo*> mem_table;
+    SessionKeyedTable<dravik_cmd*> cmd_table;
+    SessionKeyedTable<void*> cmd_buf_table;
+    SessionKeyedTable<dravik_subcmd*> subcmd_table;
     std::map<int32_t, std::vector<uint64_t>*> pid_sessions;
     std::map<int32_t, std::shared_ptr<ITovanDravikCallback>> pid_callbacks;  // never used
     ndk::ScopedAIBinder_DeathRecipient death_recipient;

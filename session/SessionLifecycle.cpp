@@ -74,10 +74,8 @@ void TovanDravik::releaseSessionResources(uint64_t dravik_id, dravik_session* se
     // Driver results are ignored. Shared memory is filed under kSharedOwner and stays.
     {
         std::lock_guard<std::mutex> guard(mem_lock);
-        auto [first, last] = sessionRange(mem_table, dravik_id);
-        for (auto entry = first; entry != last; ++entry) {
-            MemInfo* info = entry->second;
-            if (info == nullptr) continue;
+        mem_table.eraseOwner(dravik_id, [session](uint64_t, MemInfo* info) {
+            if (info == nullptr) return;
             if (info->newfd >= 1) {
                 dravikSession_memUnImport(session, static_cast<dravik_mem*>(info->mem));
                 close(info->newfd);
@@ -85,30 +83,24 @@ void TovanDravik::releaseSessionResources(uint64_t dravik_id, dravik_session* se
                 dravikSession_memFree(session, static_cast<dravik_mem*>(info->mem));
             }
             delete info;
-        }
-        mem_table.erase(first, last);
+        });
     }
     {
         std::lock_guard<std::mutex> guard(cmd_buf_lock);
-        auto [first, last] = sessionRange(cmd_buf_table, dravik_id);
-        for (auto entry = first; entry != last; ++entry) {
-            dravikSession_cmdBufFree(session, static_cast<dravik_mem*>(entry->second));
-        }
-        cmd_buf_table.erase(first, last);
+        cmd_buf_table.eraseOwner(dravik_id, [session](uint64_t, void* cmd_buf) {
+            dravikSession_cmdBufFree(session, static_cast<dravik_mem*>(cmd_buf));
+        });
     }
     {
         std::lock_guard<std::mutex> guard(cmd_lock);
-        auto [first, last] = sessionRange(cmd_table, dravik_id);
-        for (auto entry = first; entry != last; ++entry) {
-            dravikSession_deleteCmd(session, entry->second);
-        }
-        cmd_table.erase(first, last);
+        cmd_table.eraseOwner(dravik_id, [session](uint64_t, dravik_cmd* cmd) {
+            dravikSession_deleteCmd(session, cmd);
+        });
     }
     {
         // Sub-commands go with their commands in the driver.
         std::lock_guard<std::mutex> guard(subcmd_lock);
-        auto [first, last] = sessionRange(subcmd_table, dravik_id);
-        subcmd_table.erase(first, last);
+        subcmd_table.eraseOwner(dravik_id, [](uint64_t, dravik_subcmd*) {});
     }
 }
 
