@@ -1,0 +1,113 @@
+// Failures injected through DRAVIK_MDW_FAIL: read at load and on reload, each listed operation
+// failing with its errno and doing nothing.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "DriverTestSupport.h"
+
+namespace dravik_test {
+namespace {
+
+constexpr char kVariable[] = "DRAVIK_MDW_FAIL";
+
+class FailureInjectionTest : public DriverTest {
+  protected:
+    void TearDown() override {
+        unsetenv(kVariable);
+        dravikReference_resetFailureInjection();
+        DriverTest::TearDown();
+    }
+
+    static int32_t injectFailures(const char* list) {
+        setenv(kVariable, list, 1);
+        return dravikReference_reloadFailureInjection();
+    }
+};
+
+TEST_F(FailureInjectionTest, ListedOperationsFailWithTheirErrnoAndDoNothing) {
+    ScopedSession session;
+    const BuiltCommand built = makeBuiltCommand(session.get());
+    dravik_mem* mem = dravikSession_memAlloc(session.get(), 64, 0, 0, 0);
+    ASSERT_NE(mem, nullptr);
+    ASSERT_EQ(injectFailures("dravikSession_memAlloc,dravikCmd_run:EIO,"
+                             "dravikSession_memGetInfoFromHostPtr:ENODEV,dravikSession_createCmd:"
+                             "12, dravikCmd_runFence , dravikSession_memFree:EBUSY"),
+              0);
+    const dravik_reference_live_counts before = liveCounts();
+
+    EXPECT_EQ(errnoOfFailure(dravikSession_memAlloc(session.get(), 64, 0, 0, 0)), ENOMEM);
+    EXPECT_EQ(errnoOfFailure(dravikSession_createCmd(session.get())), 12);
+    EXPECT_EQ(errnoOfFailure(dravikCmd_run(built.command)), EIO);
+    EXPECT_EQ(errnoOfFailure(dravikCmd_runFence(built.command, -1, 0)), EIO);
+    EXPECT_EQ(errnoOfFailure(dravikSession_memFree(session.get(), mem)), EBUSY);
+    errno = 0;
+    EXPECT_EQ(dravikSession_memGetInfoFromHostPtr(session.get(), mem, 1), 0);
+    EXPECT_EQ(errno, ENODEV);
+    EXPECT_EQ(liveCounts(), before);
+    EXPECT_EQ(dravikCmd_getRunInfo(built.command, DRAVIK_REFERENCE_CMD_RUN_INFO_RUN_COUNT), 0);
+
+    // Operations not listed are untouched.
+    dravik_mem* named = dravikSession_memAllocWithName(session.get(), 64, 0, 0, 0, "kept");
+    EXPECT_NE(named, nullptr);
+    EXPECT_EQ(dravikCmd_runWithType(built.command, 0), 0);
+
+    dravikReference_resetFailureInjection();
+    EXPECT_EQ(dravikSession_memGetInfoFromHostPtr(session.get(), mem, 1), 64);
+    EXPECT_EQ(dravikSession_memFree(session.get(), mem), 0);
+    EXPECT_EQ(dravikCmd_run(built.command), 0);
+}
+
+TEST_F(FailureInjectionTest, EntriesNotUnderstoodAreIgnoredAndReported) {
+    ScopedSession session;
+    const BuiltCommand built = makeBuiltCommand(session.get());
+    errno = 0;
+    EXPECT_EQ(injectFailures("dravikSession_bogus,dravikCmd_build:EWHAT,dravikCmd_wait : EBUSY,,"
+                             "dravikCmd_run:-5"),
+              -1);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(dravikCmd_build(built.command), 0);
+    EXPECT_EQ(dravikCmd_run(built.command), 0);
+    ASSERT_EQ(dravikCmd_runAsync(built.command), 0);
+    EXPECT_EQ(errnoOfFailure(dravikCmd_wait(built.command)), EBUSY);
+
+    // A reload replaces the list as a whole.
+    EXPECT_EQ(injectFailures("dravikSubCmd_getRunInfo:EFAULT"), 0);
+    EXPECT_EQ(dravikCmd_wait(built.command), 0);
+    errno = 0;
+    EXPECT_EQ(
+            dravikSubCmd_getRunInfo(built.sub_command, DRAVIK_REFERENCE_SUBCMD_RUN_INFO_RUN_COUNT),
+            0);
+    EXPECT_EQ(errno, EFAULT);
+}
+
+// Re-runs itself in a child process whose environment lists the failure from the start, so the
+// child sees what the library read when it was loaded, without any reload.
+TEST(FailureInjectionAtLoadTest, TheListIsReadWhenTheLibraryIsLoaded) {
+    if (std::getenv(kVariable) != nullptr) {
+        errno = 0;
+        EXPECT_EQ(dravikSession_createInstance(), nullptr);
+        EXPECT_EQ(errno, ENODEV);
+        return;
+    }
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        setenv(kVariable, "dravikSession_createInstance:ENODEV", 1);
+        execl("/proc/self/exe", "dravik_reference_driver_test",
+              "--gtest_filter=FailureInjectionAtLoadTest.*", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    // This process was loaded without the list.
+    dravik_session* session = dravikSession_createInstance();
+    EXPECT_NE(session, nullptr);
+    dravikSession_deleteInstance(session);
+}
+
+}  // namespace
+}  // namespace dravik_test
