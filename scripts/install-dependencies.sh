@@ -7,6 +7,7 @@ packages=(
     cmake make g++ pkg-config
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     android-liblog-dev android-libcutils-dev
+    libopenblas-dev
 )
 
 missing=()

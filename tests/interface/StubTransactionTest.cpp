@@ -98,11 +98,15 @@ class StubTransactionTest : public ::testing::Test {
 };
 
 TEST_F(StubTransactionTest, MalformedTransactionsGetThePlatformStatus) {
-    ndk::ScopedAParcel reply;
     // Arguments cut short: cmd_build wants two int64 values.
-    EXPECT_EQ(transact(ITovanDravik::TRANSACTION_cmd_build, {1}, &reply), STATUS_NOT_ENOUGH_DATA);
+    ndk::ScopedAParcel short_reply;
+    EXPECT_EQ(transact(ITovanDravik::TRANSACTION_cmd_build, {1}, &short_reply),
+              STATUS_NOT_ENOUGH_DATA);
     // A code that no method has.
-    EXPECT_EQ(transact(FIRST_CALL_TRANSACTION + 48, {1, 2}, &reply), STATUS_UNKNOWN_TRANSACTION);
+    ndk::ScopedAParcel unknown_reply;
+    EXPECT_EQ(transact(FIRST_CALL_TRANSACTION + 48, {1, 2}, &unknown_reply),
+              STATUS_UNKNOWN_TRANSACTION);
+    ndk::ScopedAParcel reply;
 
     // Another interface's token.
     ndk::ScopedAParcel request(AParcel_create());
@@ -118,22 +122,24 @@ TEST_F(StubTransactionTest, MalformedTransactionsGetThePlatformStatus) {
 }
 
 TEST_F(StubTransactionTest, ReplyCarriesNothingAfterAFailedStatus) {
-    ndk::ScopedAParcel reply;
     // session_memAlloc on a session that does not exist: an exception, and no record after it.
     ndk::ScopedAParcel request;
     ASSERT_EQ(AIBinder_prepareTransaction(binder_.get(), request.getR()), STATUS_OK);
     AParcel_writeInt64(request.get(), 99);  // dravik_id
     for (int i = 0; i < 4; ++i) AParcel_writeInt32(request.get(), 64);
+    ndk::ScopedAParcel failed_reply;
     ASSERT_EQ(AIBinder_transact(binder_.get(), ITovanDravik::TRANSACTION_session_memAlloc,
-                                request.getR(), reply.getR(), 0),
+                                request.getR(), failed_reply.getR(), 0),
               STATUS_OK);
-    ndk::ScopedAStatus status;
-    ASSERT_EQ(AParcel_readStatusHeader(reply.get(), status.getR()), STATUS_OK);
-    EXPECT_EQ(status.getExceptionCode(), EX_UNSUPPORTED_OPERATION);
-    EXPECT_EQ(AParcel_getDataPosition(reply.get()), AParcel_getDataSize(reply.get()));
+    ndk::ScopedAStatus failed_status;
+    ASSERT_EQ(AParcel_readStatusHeader(failed_reply.get(), failed_status.getR()), STATUS_OK);
+    EXPECT_EQ(failed_status.getExceptionCode(), EX_UNSUPPORTED_OPERATION);
+    EXPECT_EQ(AParcel_getDataPosition(failed_reply.get()), AParcel_getDataSize(failed_reply.get()));
 
     // A successful call carries its result after the status.
+    ndk::ScopedAParcel reply;
     ASSERT_EQ(transact(ITovanDravik::TRANSACTION_session_deleteInstance, {99}, &reply), STATUS_OK);
+    ndk::ScopedAStatus status;
     ASSERT_EQ(AParcel_readStatusHeader(reply.get(), status.getR()), STATUS_OK);
     EXPECT_TRUE(status.isOk());
     int32_t ret = 0;

@@ -34,6 +34,7 @@ TEST_F(MemoryTest, TheTwoKindsComeBackDifferently) {
     DRAVIK_MEMINFO_HD shared;
     ASSERT_TRUE(service_->session_memAllocWithName(id, 128, 0, 1, 0, "weights", &shared).isOk());
     EXPECT_EQ(shared.mem_id, 2);
+    releaseSharedAtEnd(shared.mem_id);
     EXPECT_NE(shared.mem_ptr, 0);
     EXPECT_TRUE(shared.fds.empty());
     EXPECT_EQ(shared.size, 128);
@@ -109,6 +110,7 @@ TEST_F(MemoryTest, FreeReleasesPrivateMemoryAndLeavesSharedEntriesBehind) {
     DRAVIK_MEMINFO_HD shared;
     ASSERT_TRUE(service_->session_memAlloc(id, 64, 0, 0, 0, &shareable).isOk());
     ASSERT_TRUE(service_->session_memAlloc(id, 64, 0, 1, 0, &shared).isOk());
+    releaseSharedAtEnd(shared.mem_id);
     int32_t ret = 0;
 
     fake_driver::setResult("dravikSession_memFree", 7, EIO);

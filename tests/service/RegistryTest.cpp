@@ -40,6 +40,7 @@ TEST_F(RegistryTest, IdsCountPerTableFromOneAndAreNeverReused) {
     EXPECT_EQ(service_->generateDravikCmdId(7, reinterpret_cast<dravik_cmd*>(pointer)), 2u);
     EXPECT_TRUE(service_->eraseDravikMem(7, 1));
     EXPECT_EQ(service_->generateDravikMemId(8, pointer, 0, false), 2u);
+    EXPECT_TRUE(service_->eraseDravikMem(8, 2));
     EXPECT_TRUE(service_->eraseDravikCmdBuf(7, 1));
     EXPECT_FALSE(service_->eraseDravikCmdBuf(7, 1));
     EXPECT_EQ(countLines("eraseDravikCmdBuf Failed"), 1u);
@@ -70,6 +71,7 @@ TEST_F(RegistryTest, SharedMemoryIsFoundThroughAnySessionAndPrivateMemoryOnlyThr
     EXPECT_NE(service_->getDravikMem(7, shared_id), nullptr);
     EXPECT_TRUE(service_->eraseDravikMem(kSharedOwner, shared_id));
     EXPECT_EQ(service_->getDravikMem(7, shared_id), nullptr);
+    EXPECT_TRUE(service_->eraseDravikMem(7, private_id));
     // The memory table is silent in every case.
     EXPECT_TRUE(platform_recorder::logLines().empty());
 }

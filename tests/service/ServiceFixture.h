@@ -25,13 +25,23 @@ class ServiceFixture : public ::testing::Test {
         DEBUG_LOG_DRAVIK = 1;
         service_ = ndk::SharedRefBase::make<TovanDravik>();
     }
-    void TearDown() override { DEBUG_LOG_DRAVIK = 0; }
+    // The service deliberately leaves filed memory records behind when it is destroyed; the tests
+    // release their sessions and shared memory so that a leak check sees only real leaks.
+    void TearDown() override {
+        for (uint64_t id : sessions_) {
+            int32_t ret = 0;
+            service_->session_deleteInstance(static_cast<int64_t>(id), &ret);
+        }
+        for (uint64_t mem_id : shared_memory_) service_->eraseDravikMem(kSharedOwner, mem_id);
+        DEBUG_LOG_DRAVIK = 0;
+    }
 
     // Creates a session through the service; fails the test when it cannot.
     uint64_t createSession() {
         int64_t id = 0;
         EXPECT_TRUE(service_->session_createInstance(&id).isOk());
         EXPECT_NE(id, 0);
+        sessions_.push_back(static_cast<uint64_t>(id));
         return static_cast<uint64_t>(id);
     }
 
@@ -61,7 +71,12 @@ class ServiceFixture : public ::testing::Test {
         return names;
     }
 
+    // Shared memory that TearDown unfiles.
+    void releaseSharedAtEnd(int64_t mem_id) { shared_memory_.push_back(mem_id); }
+
     std::shared_ptr<TovanDravik> service_;
+    std::vector<uint64_t> sessions_;
+    std::vector<uint64_t> shared_memory_;
 };
 
 }  // namespace service_test

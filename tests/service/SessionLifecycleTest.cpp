@@ -103,6 +103,7 @@ TEST_F(SessionLifecycleTest, DeletionSweepsEverythingOfTheSessionInOrder) {
     EXPECT_EQ(service_->getDravikCmd(id, cmd_id), nullptr);
     EXPECT_EQ(service_->getDravikSubCmd(id, sub_cmd_id), nullptr);
     EXPECT_EQ(deleteSession(other), 0);
+    EXPECT_TRUE(service_->eraseDravikMem(kSharedOwner, shared_id));
 }
 
 TEST_F(SessionLifecycleTest, FailedDriverDeletionKeepsTheEmptySessionForARetry) {
