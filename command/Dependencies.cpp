@@ -43,8 +43,7 @@ ndk::ScopedAStatus TovanDravik::cmd_setDependencyTightly(int64_t in_dravik_id, i
     MemInfo* mem = getDravikMem(dravik_id, static_cast<uint64_t>(in_mem_id));
     *_aidl_return = callDriver(
             cmd != nullptr && predecessor != nullptr && successor != nullptr && mem != nullptr,
-            "cmd_setDependencyTightly failed due to cmd or predecessor or successor or mem "
-            "nullptr",
+            "cmd_setDependencyTightly failed due to cmd or predecessor or successor or mem nullptr",
             "cmd_setDependencyTightly failed errno(%d/%s)",
             [&] { return dravikCmd_setDependencyTightly(cmd, predecessor, successor, mem); },
             [&] {

@@ -66,14 +66,12 @@ ndk::ScopedAStatus TovanDravik::session_memAlloc(int64_t in_dravik_id, int32_t i
     if (!status.isOk()) return status;
     if (in_mem_type == kMemTypeShared) {
         DRAVIK_LOGI(
-                "session_memAlloc dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d "
-                "mem_flag:%d",
+                "session_memAlloc dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d mem_flag:%d",
                 dravik_id, static_cast<uint64_t>(_aidl_return->mem_id), in_size, in_align, 1,
                 in_mem_flag);
     } else {
         DRAVIK_LOGI(
-                "session_memAlloc dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d "
-                "mem_flag:%d, tmp_fd:%d",
+                "session_memAlloc dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d mem_flag:%d, tmp_fd:%d",
                 dravik_id, static_cast<uint64_t>(_aidl_return->mem_id), in_size, in_align, 0,
                 in_mem_flag, static_cast<int>(tmp_fd));
     }
@@ -96,8 +94,7 @@ ndk::ScopedAStatus TovanDravik::session_memAllocWithName(int64_t in_dravik_id, i
                                                      in_mem_flag, in_name.c_str());
     if (mem == nullptr) {
         DRAVIK_LOGE(
-                "session_memAllocWithName failed dravik_id:%lu size:%u align:%u mem_type:%d "
-                "mem_flag:%d",
+                "session_memAllocWithName failed dravik_id:%lu size:%u align:%u mem_type:%d mem_flag:%d",
                 dravik_id, in_size, in_align, in_mem_type, in_mem_flag);
         return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
     }
@@ -106,8 +103,7 @@ ndk::ScopedAStatus TovanDravik::session_memAllocWithName(int64_t in_dravik_id, i
                                                     _aidl_return, &tmp_fd);
     if (!status.isOk()) return status;
     DRAVIK_LOGI(
-            "session_memAllocWithName dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d "
-            "mem_flag:%d",
+            "session_memAllocWithName dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d mem_flag:%d",
             dravik_id, static_cast<uint64_t>(_aidl_return->mem_id), in_size, in_align,
             in_mem_type == kMemTypeShared ? 1 : 0, in_mem_flag);
     return status;
@@ -130,8 +126,7 @@ ndk::ScopedAStatus TovanDravik::session_memAllocV1(int64_t in_dravik_id, int64_t
                                                in_name.c_str(), in_extra);
     if (mem == nullptr) {
         DRAVIK_LOGE(
-                "session_memAllocV1 failed dravik_id:%lu size:%u align:%u mem_type:%d "
-                "mem_flag:%d",
+                "session_memAllocV1 failed dravik_id:%lu size:%u align:%u mem_type:%d mem_flag:%d",
                 dravik_id, static_cast<uint32_t>(in_size), static_cast<uint32_t>(in_align),
                 in_mem_type, mem_flag);
         return ndk::ScopedAStatus::fromExceptionCode(EX_UNSUPPORTED_OPERATION);
@@ -143,8 +138,7 @@ ndk::ScopedAStatus TovanDravik::session_memAllocV1(int64_t in_dravik_id, int64_t
             &tmp_fd);
     if (!status.isOk()) return status;
     DRAVIK_LOGI(
-            "session_memAllocV1 dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d "
-            "mem_flag:%d",
+            "session_memAllocV1 dravik_id:%lu, mem_id:%lu, size:%u align:%u mem_type:%d mem_flag:%d",
             dravik_id, static_cast<uint64_t>(_aidl_return->mem_id), static_cast<uint32_t>(in_size),
             static_cast<uint32_t>(in_align), in_mem_type == kMemTypeShared ? 1 : 0, mem_flag);
     return status;

@@ -208,8 +208,7 @@ TEST_F(CommandTest, DependenciesResolveEveryIdFirst) {
                               " dravik_sub_cmd_id:4242",
                       "getDravikSubCmd Failed dravik_id:" + std::to_string(session_) +
                               " dravik_sub_cmd_id:4343",
-                      "cmd_setDependencyEdge failed due to cmd or predecessor or successor "
-                      "nullptr",
+                      "cmd_setDependencyEdge failed due to cmd or predecessor or successor nullptr",
               }));
     ASSERT_TRUE(service_->cmd_setDependencyEdge(session_, cmd_, first, second, &ret).isOk());
     EXPECT_EQ(ret, 0);
@@ -242,8 +241,8 @@ TEST_F(CommandTest, TightDependencyTakesACommandAndTheMemoryRecord) {
                         .isOk());
     EXPECT_EQ(ret, -1);
     EXPECT_EQ(
-            countLines("cmd_setDependencyTightly failed due to cmd or predecessor or successor or "
-                       "mem nullptr"),
+            countLines(
+                    "cmd_setDependencyTightly failed due to cmd or predecessor or successor or mem nullptr"),
             1u);
 
     fake_driver::reset();

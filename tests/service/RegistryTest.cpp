@@ -96,11 +96,12 @@ TEST_F(RegistryTest, LookupsOfUnknownIdsLogTheirTable) {
 
 TEST_F(RegistryTest, GatePassesAtOnceUnlessATypedRunIsInTheDriver) {
     service_->checkRunwithtypeFlag(42);
-    EXPECT_EQ(logTexts(), (std::vector<std::string>{
-                                  "getRunwithtypeFlagFromDravikId not found, dravik_id:42",
-                                  "checkRunwithtypeFlag dravik_id:42 run_flag is not 1, "
-                                  "continuing execution...",
-                          }));
+    EXPECT_EQ(
+            logTexts(),
+            (std::vector<std::string>{
+                    "getRunwithtypeFlagFromDravikId not found, dravik_id:42",
+                    "checkRunwithtypeFlag dravik_id:42 run_flag is not 1, continuing execution...",
+            }));
     platform_recorder::reset();
     service_->setRunwithtypeFlagFromDravikId(42, 2);
     service_->checkRunwithtypeFlag(42);
