@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -193,7 +194,9 @@ class TovanDravik : public BnTovanDravik {
   private:
     // Frees and unfiles everything of the session; caller holds session_lock.
     void releaseSessionResources(uint64_t dravik_id, dravik_session* session);
-    // The per-client list edit of a successful deletion.
+    // The first session in pid's list, if any; takes session_lock.
+    std::optional<uint64_t> firstClientSession(int32_t pid);
+    // The per-client list edit of a successful deletion; caller holds session_lock.
     void removeFromClientSessions(int32_t pid, uint64_t dravik_id);
 
     // Memory that the driver has just allocated for a client.
@@ -234,6 +237,8 @@ class TovanDravik : public BnTovanDravik {
     SessionKeyedTable<dravik_cmd*> cmd_table;
     SessionKeyedTable<void*> cmd_buf_table;
     SessionKeyedTable<dravik_subcmd*> subcmd_table;
+    // Guarded by pid_sessions_lock as a whole; deletion edits it under session_lock alone, so every
+    // access also holds session_lock, taken after pid_sessions_lock.
     std::map<int32_t, std::vector<uint64_t>*> pid_sessions;
     std::map<int32_t, std::shared_ptr<ITovanDravikCallback>> pid_callbacks;  // never used
     ndk::ScopedAIBinder_DeathRecipient death_recipient;

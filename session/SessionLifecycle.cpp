@@ -23,9 +23,13 @@ ndk::ScopedAStatus TovanDravik::session_createInstance(int64_t* _aidl_return) {
 
     std::lock_guard<std::mutex> guard(pid_sessions_lock);
     const int32_t pid = AIBinder_getCallingPid();
-    auto [entry, created] = pid_sessions.try_emplace(pid, nullptr);
-    if (created) entry->second = new std::vector<uint64_t>();
-    entry->second->push_back(id);
+    {
+        // Deletion edits the lists under session_lock alone, so every access holds it too.
+        std::lock_guard<std::mutex> session_guard(session_lock);
+        auto [entry, created] = pid_sessions.try_emplace(pid, nullptr);
+        if (created) entry->second = new std::vector<uint64_t>();
+        entry->second->push_back(id);
+    }
     *_aidl_return = static_cast<int64_t>(id);
     return ndk::ScopedAStatus::ok();
 }
