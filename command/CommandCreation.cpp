@@ -1,18 +1,10 @@
 // Making commands in a session, removing them, and adding sub-commands to them.
+#include "service/DeviceTypes.h"
 #include "service/Logging.h"
 #include "service/TovanDravik.h"
 #include "service/Trace.h"
 
 namespace aidl::vendor::korvane::hardware::tessaro::dravik {
-
-namespace {
-
-// The device types of the modelled accelerator's engines; 5 is not one of them.
-bool isDravikDeviceType(int32_t type) {
-    return type >= 1 && type <= 6 && type != 5;
-}
-
-}  // namespace
 
 ndk::ScopedAStatus TovanDravik::session_createCmd(int64_t in_dravik_id, int64_t* _aidl_return) {
     ScopedTrace trace("session_createCmd");

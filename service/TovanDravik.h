@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -192,6 +193,40 @@ class TovanDravik : public BnTovanDravik {
     int32_t releaseCrashClient(int32_t pid);
 
   private:
+    // What (session id, mem id) names: the driver session and the memory record, each null when
+    // it does not resolve. Both are looked up whatever the other gives; shared memory is found
+    // through any session id.
+    struct ResolvedMemory {
+        dravik_session* session;
+        MemInfo* info;
+        bool found() const { return session != nullptr && info != nullptr; }
+        dravik_mem* mem() const { return static_cast<dravik_mem*>(info->mem); }
+    };
+    ResolvedMemory resolveMemory(uint64_t dravik_id, uint64_t mem_id);
+
+    // One step of a cached run, reporting through ret like the remote method it calls.
+    using CachedRunStep = std::function<ndk::ScopedAStatus(int32_t* ret)>;
+    // Flushes, runs and invalidates through the service's own methods, stopping at the first step
+    // whose ret is not 0 or whose status is not OK; ret is left as that step wrote it.
+    void runWithCacheMaintenance(int64_t in_dravik_id, const std::vector<int64_t>& in_flushs,
+                                 const CachedRunStep& run,
+                                 const std::vector<int64_t>& in_invalidates, int32_t* ret);
+
+    // The texts of one import method.
+    struct ImportTexts {
+        const char* invalid_parameters;  // with the session id
+        const char* driver_failed;
+        const char* success;  // with the session id, newfd, tmp_fd and the new mem id
+    };
+    // The driver import of one method, given the service's duplicate of the client's descriptor.
+    using DriverImport = std::function<dravik_mem*(dravik_session* session, int newfd)>;
+    // Imports the first of the client's descriptors through driver_import, files the memory and
+    // fills the client's record; record_size is the size the record reports.
+    ndk::ScopedAStatus importMemory(const ImportTexts& texts, int64_t in_dravik_id,
+                                    const std::vector<ndk::ScopedFileDescriptor>& in_fds,
+                                    int32_t record_size, const DriverImport& driver_import,
+                                    DRAVIK_MEMINFO_HD* out);
+
     // Frees and unfiles everything of the session; caller holds session_lock.
     void releaseSessionResources(uint64_t dravik_id, dravik_session* session);
     // The first session in pid's list, if any; takes session_lock.

@@ -149,16 +149,14 @@ ndk::ScopedAStatus TovanDravik::session_memFree(int64_t in_dravik_id, int64_t in
     ScopedTrace trace("session_memFree");
     const uint64_t dravik_id = static_cast<uint64_t>(in_dravik_id);
     const uint64_t mem_id = static_cast<uint64_t>(in_mem_id);
-    dravik_session* session = getDravikSession(dravik_id);
-    // Looked up even without a session; shared memory is found through any session id.
-    MemInfo* info = getDravikMem(dravik_id, mem_id);
-    if (session == nullptr || info == nullptr) {
+    const ResolvedMemory memory = resolveMemory(dravik_id, mem_id);
+    if (!memory.found()) {
         DRAVIK_LOGE("memFree failed,dravik_id=%lu, dravik_mem_id=%lu, ret:%d", dravik_id, mem_id,
                     -1);
         *_aidl_return = -1;
         return ndk::ScopedAStatus::ok();
     }
-    const int32_t ret = dravikSession_memFree(session, static_cast<dravik_mem*>(info->mem));
+    const int32_t ret = dravikSession_memFree(memory.session, memory.mem());
     DRAVIK_LOGI("memFree dravik_id=%lu, dravik_mem_id=%lu, ret:%d", dravik_id, mem_id, ret);
     // Shared memory is filed under kSharedOwner, so this erase leaves its entry behind: kept so.
     if (ret == 0) eraseDravikMem(dravik_id, mem_id);

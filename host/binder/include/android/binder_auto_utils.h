@@ -8,10 +8,12 @@
 #include <android/binder_parcel.h>
 #include <android/binder_status.h>
 #include <fcntl.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <string>
 
 namespace ndk {
@@ -127,10 +129,13 @@ class ScopedAResource {
 }  // namespace impl
 
 namespace internal {
-/** Closes fd, keeping errno as it was: a destructor must not disturb the caller's error. */
+/**
+ * Closes fd, keeping errno as it was: a destructor must not disturb the caller's error. A close
+ * that fails is reported to the system log.
+ */
 inline void closeDescriptor(int fd) {
     const int saved_errno = errno;
-    ::close(fd);
+    if (::close(fd) != 0) syslog(LOG_ERR, "Could not close FD %d: %s", fd, strerror(errno));
     errno = saved_errno;
 }
 }  // namespace internal
