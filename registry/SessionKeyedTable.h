@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <unordered_map>
@@ -17,7 +18,9 @@ class SessionKeyedTable {
     using OwnerEntries = std::map<uint64_t, Value>;
 
     // Inserts unless (owner, id) is present; an existing entry is left as it is.
-    void emplace(uint64_t owner, uint64_t id, Value value) { owners_[owner].emplace(id, value); }
+    void emplace(uint64_t owner, uint64_t id, Value value) {
+        if (owners_[owner].emplace(id, value).second) ++size_;
+    }
 
     // The entry's value, or null when (owner, id) is absent.
     Value* find(uint64_t owner, uint64_t id) {
@@ -31,6 +34,7 @@ class SessionKeyedTable {
     bool erase(uint64_t owner, uint64_t id) {
         auto found_owner = owners_.find(owner);
         if (found_owner == owners_.end() || found_owner->second.erase(id) == 0) return false;
+        --size_;
         if (found_owner->second.empty()) owners_.erase(found_owner);
         return true;
     }
@@ -41,12 +45,20 @@ class SessionKeyedTable {
         auto found_owner = owners_.find(owner);
         if (found_owner == owners_.end()) return;
         for (auto& [id, value] : found_owner->second) visit(id, value);
+        size_ -= found_owner->second.size();
         owners_.erase(found_owner);
     }
 
+    // Entries in the whole table, and of one owner.
+    size_t size() const { return size_; }
+    size_t ownerSize(uint64_t owner) const {
+        auto found_owner = owners_.find(owner);
+        return found_owner == owners_.end() ? 0 : found_owner->second.size();
+    }
 
   private:
     std::unordered_map<uint64_t, OwnerEntries> owners_;
+    size_t size_ = 0;
 };
 
 }  // namespace aidl::vendor::korvane::hardware::tessaro::dravik

@@ -158,6 +158,11 @@ class TovanDravik : public BnTovanDravik {
                                            int64_t in_size, int64_t in_flag, int64_t in_extra,
                                            DRAVIK_MEMINFO_HD* _aidl_return) override;
 
+    // Describes the service's state for the platform's dumpsys: the debug switch, the sessions of
+    // each client process, the entries in each table and the registered callbacks. Read-only; each
+    // lock is taken alone and briefly.
+    binder_status_t dump(int fd, const char** args, uint32_t num_args) override;
+
     // The death recipient's callback; cookie is an OnClientBinderDiedContext.
     static void onClientBinderDied(void* cookie);
 
