@@ -1,0 +1,25 @@
+#pragma once
+
+#include <android/binder_auto_utils.h>
+
+#include <chrono>
+#include <string>
+
+namespace tessaro_client {
+
+// Prints one call per line: what was asked, what came back, and how long it took.
+class StepPrinter {
+  public:
+    // Starts timing a step.
+    void begin() { start_ = std::chrono::steady_clock::now(); }
+    // Prints the step; answers whether status is OK (a failed status is printed as such).
+    bool report(const std::string& call, const ndk::ScopedAStatus& status,
+                const std::string& result);
+    int failures() const { return failures_; }
+
+  private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    int failures_ = 0;
+};
+
+}  // namespace tessaro_client

@@ -1,0 +1,40 @@
+// A command-line client of the service, for people: what the devices are, a session's life, the
+// service's own description of its state.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "Commands.h"
+#include "ServiceConnection.h"
+
+namespace {
+
+constexpr const char* kUsage =
+        "usage: tessaro_client COMMAND\n"
+        "  info      the accelerator's devices, as the driver reports them\n"
+        "  session   one session's life, step by step\n"
+        "  dump      the service's description of its state\n"
+        "The service is looked up in $TESSARO_BINDER_DIR when set.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
+        std::fputs(kUsage, argc == 2 ? stdout : stderr);
+        return argc == 2 ? 0 : 2;
+    }
+    const std::string command = argv[1];
+    if (command != "info" && command != "session" && command != "dump") {
+        std::fprintf(stderr, "tessaro_client: unknown command '%s'\n%s", command.c_str(), kUsage);
+        return 2;
+    }
+    std::string error;
+    const auto service = tessaro_client::connectToService(&error);
+    if (service == nullptr) {
+        std::fprintf(stderr, "tessaro_client: %s\n", error.c_str());
+        return 1;
+    }
+    if (command == "info") return tessaro_client::showDeviceInformation(*service);
+    if (command == "session") return tessaro_client::showSessionLife(*service);
+    return tessaro_client::showServiceDump(*service);
+}
