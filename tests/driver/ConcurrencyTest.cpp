@@ -31,8 +31,16 @@ int sessionLife(int round) {
     check(shareable && kept && buffer && command && sub_command);
     check(dravikSession_memGetInfoFromHostPtr(session, shareable, 2) > 2);
     check(dravikSubCmd_addCmdBuf(sub_command, buffer, 0) == 0);
+    // Each session's run writes only its own memory.
+    const auto value = static_cast<float>(round);
+    dravik_reference::Program program;
+    program.fill(deviceAddress(session, shareable), value, 16)
+            .copy(deviceAddress(session, shareable), deviceAddress(session, kept), 64);
+    writeProgram(session, buffer, program);
     check(dravikCmd_build(command) == 0);
     check(dravikCmd_run(command) == 0);
+    const auto* copied = static_cast<const float*>(hostAddress(session, kept));
+    check(copied != nullptr && copied[0] == value && copied[15] == value);
     check(dravikCmd_runAsync(command) == 0);
     check(dravikCmd_wait(command) == 0);
     const int fence = dravikCmd_runFence(command, -1, 0);

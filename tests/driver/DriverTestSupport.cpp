@@ -26,11 +26,29 @@ BuiltCommand makeBuiltCommand(dravik_session* session, int32_t device_type) {
     built.command = dravikSession_createCmd(session);
     built.sub_command = dravikCmd_createSubcmd(built.command, device_type);
     built.command_buffer = dravikSession_cmdBufAlloc(session, 256, 0);
+    writeProgram(session, built.command_buffer, dravik_reference::Program());
     EXPECT_EQ(dravikSubCmd_addCmdBuf(built.sub_command, built.command_buffer,
                                      DRAVIK_REFERENCE_ADD_CMD_BUF_APPEND),
               0);
     EXPECT_EQ(dravikCmd_build(built.command), 0) << "errno " << errno;
     return built;
+}
+
+void* hostAddress(dravik_session* session, dravik_mem* memory) {
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(dravikSession_memGetInfoFromHostPtr(
+            session, memory, DRAVIK_REFERENCE_MEM_INFO_HOST_ADDRESS)));
+}
+
+uint64_t deviceAddress(dravik_session* session, dravik_mem* memory) {
+    return static_cast<uint64_t>(dravikSession_memGetInfoFromHostPtr(
+            session, memory, DRAVIK_REFERENCE_MEM_INFO_DEVICE_ADDRESS));
+}
+
+void writeProgram(dravik_session* session, dravik_mem* command_buffer,
+                  const dravik_reference::Program& program) {
+    const auto capacity = static_cast<std::size_t>(dravikSession_memGetInfoFromHostPtr(
+            session, command_buffer, DRAVIK_REFERENCE_MEM_INFO_SIZE));
+    EXPECT_TRUE(program.copyTo(hostAddress(session, command_buffer), capacity));
 }
 
 bool pollsReadable(int descriptor, int timeout_ms) {

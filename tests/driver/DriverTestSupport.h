@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "dravik_reference_driver.h"
+#include "dravik_reference_program.h"
 
 namespace dravik_test {
 
@@ -49,6 +50,13 @@ struct BuiltCommand {
 };
 BuiltCommand makeBuiltCommand(dravik_session* session,
                               int32_t device_type = DRAVIK_REFERENCE_DEVICE_MATRIX_ENGINE);
+
+// What memGetInfoFromHostPtr answers for the object.
+void* hostAddress(dravik_session* session, dravik_mem* memory);
+uint64_t deviceAddress(dravik_session* session, dravik_mem* memory);
+// Copies program to the start of command_buffer (a failed expectation when it does not fit).
+void writeProgram(dravik_session* session, dravik_mem* command_buffer,
+                  const dravik_reference::Program& program);
 
 // true once descriptor polls readable within timeout_ms (-1: wait as long as it takes).
 bool pollsReadable(int descriptor, int timeout_ms);

@@ -134,8 +134,22 @@
  *
  * Runs: dravikCmd_run, runWithType, runAsync, wait, runFence, getRunInfo
  *   A command must be built (else ENOEXEC). Runs of one command execute one at a time; queued runs
- *   (runAsync, runFence) execute in submission order on the command's own worker thread. A run
- *   visits the sub-commands in run order; it fails with EFAULT when a command buffer was freed.
+ *   (runAsync, runFence) execute in submission order on the command's own worker thread.
+ *   A run executes the programs its command buffers hold (dravik_reference_instructions.h): first
+ *   it decodes every command buffer of every sub-command and resolves every operand against the
+ *   memory objects of the command's session, holding them until the run is over (a concurrent free
+ *   cannot unmap memory under it); only then does it execute, so a run that fails has written
+ *   nothing. Each sub-command executes its buffers in the order added; a sub-command starts once
+ *   every sub-command it depends on (edges, packs) is over, and sub-commands independent of each
+ *   other may execute at the same time (up to 4 per run). A run fails, executing nothing, with:
+ *     EFAULT     a command buffer was freed, or an operand is not wholly inside one live memory
+ *                object of the command's session (another session's memory included);
+ *     EINVAL     a malformed program (bad magic or version, truncated, unknown opcode, bad lengths
+ *                or counts, a misaligned fp32 operand, ...);
+ *     EOVERFLOW  sizes whose products or ends do not fit in 64 bits, matrix dimensions above
+ *                INT32_MAX.
+ *   (dravik_reference_instructions.h has the details.) The session and the command stay usable.
+ *   A sub-command's run information counts only successful runs.
  *   runWithType type: DRAVIK_REFERENCE_RUN_TYPE_NORMAL (0), _LOW_LATENCY (1), _LOW_POWER (2), else
  *     EINVAL; recorded as the run's type (run and the queued runs record NORMAL).
  *   runAsync: queues a run and returns; a second runAsync before its wait: EBUSY. wait: waits for

@@ -3,9 +3,8 @@
  *
  * A command buffer holds one program: a program header followed by instructions, packed one after
  * another. All fields are little-endian (the host's order), every struct below is a multiple of 8
- * bytes with no padding, and a program may begin anywhere the command buffer's host mapping begins
- * (offset 0 of the buffer). Bytes after the program's byte_length are ignored, so a small program
- * may live in a large buffer.
+ * bytes with no padding, and the program starts at offset 0 of the command buffer. Bytes after the
+ * program's byte_length are ignored, so a small program may live in a large buffer.
  *
  * Data. Instructions work on fp32 tensors (IEEE 754 binary32, row-major) and raw bytes in device
  * memory, named by device address. Every memory object of the session -- allocation, import or
@@ -41,8 +40,7 @@
  *              session: no object there, an object freed, an object of another session, a range
  *              that runs past the end of its object or across two objects. Also, as before, a
  *              command buffer of the command that was freed.
- * Programs are checked in run order, and within it in order; the first fault found decides the
- * errno.
+ * When a run's programs hold several faults, which of them is reported is not defined.
  */
 #ifndef DRAVIK_REFERENCE_INSTRUCTIONS_H
 #define DRAVIK_REFERENCE_INSTRUCTIONS_H

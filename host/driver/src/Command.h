@@ -87,6 +87,15 @@ class Command : public std::enable_shared_from_this<Command> {
     std::shared_ptr<RunAdmission> admitRunLocked();
     QueuedRunWork queuedRunWork(std::shared_ptr<RunAdmission> admission);
     int executeRun(int32_t run_type);
+    // Prepares every sub-command's work, then executes it in dependency order
+    // (CommandExecution.cpp). durations are by sub-command index. Answers 0 or the errno the run
+    // failed with.
+    struct RunPlan {
+        std::vector<std::size_t> order;
+        std::set<std::pair<std::size_t, std::size_t>> edges;
+        std::vector<std::vector<std::shared_ptr<MemoryObject>>> buffers;  // by sub-command index
+    };
+    int executeSubCommands(const RunPlan& plan, std::vector<int64_t>& durations) const;
     void recordRunLocked(int32_t run_type, int status, int64_t duration_ns);
 
     // First, so the command counts as live until everything below is released.

@@ -56,39 +56,35 @@ void Command::recordRunLocked(int32_t run_type, int status, int64_t duration_ns)
 
 int Command::executeRun(int32_t run_type) {
     std::lock_guard<std::mutex> one_run_at_a_time(execution_mutex_);
-    std::vector<std::shared_ptr<SubCommand>> order;
-    // Held for the whole run, so no buffer goes away under it.
-    std::vector<std::shared_ptr<MemoryObject>> buffers;
+    std::vector<std::shared_ptr<SubCommand>> sub_commands;
+    RunPlan plan;
     int status = 0;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        for (const std::size_t index : *run_order_) {
-            order.push_back(sub_commands_[index]);
-            for (const auto& weak_buffer : sub_commands_[index]->command_buffers) {
+        sub_commands = sub_commands_;
+        plan.order = *run_order_;
+        plan.edges = edges_;
+        // Held for the whole run, so no buffer goes away under it.
+        for (const auto& sub_command : sub_commands_) {
+            plan.buffers.emplace_back();
+            for (const auto& weak_buffer : sub_command->command_buffers) {
                 std::shared_ptr<MemoryObject> buffer = weak_buffer.lock();
                 if (buffer == nullptr || buffer->released()) status = EFAULT;
-                buffers.push_back(std::move(buffer));
+                plan.buffers.back().push_back(std::move(buffer));
             }
         }
     }
     const auto run_start = std::chrono::steady_clock::now();
-    std::vector<int64_t> durations(order.size(), 0);
-    if (status == 0) {
-        // The model gives command buffers no instructions yet: visiting each sub-command in run
-        // order is the whole run.
-        for (std::size_t position = 0; position < order.size(); ++position) {
-            const auto sub_command_start = std::chrono::steady_clock::now();
-            durations[position] = nanosecondsSince(sub_command_start);
-        }
-    }
+    std::vector<int64_t> durations(sub_commands.size(), 0);
+    if (status == 0) status = executeSubCommands(plan, durations);
     const int64_t run_duration = nanosecondsSince(run_start);
 
     std::lock_guard<std::mutex> lock(mutex_);
     recordRunLocked(run_type, status, run_duration);
     if (status == 0) {
-        for (std::size_t position = 0; position < order.size(); ++position) {
-            order[position]->run_count += 1;
-            order[position]->last_run_duration_ns = durations[position];
+        for (std::size_t index = 0; index < sub_commands.size(); ++index) {
+            sub_commands[index]->run_count += 1;
+            sub_commands[index]->last_run_duration_ns = durations[index];
         }
     }
     return status;

@@ -58,6 +58,15 @@ class HandleRegistry {
         objects_.erase(handle);
     }
 
+    // Every object held now.
+    std::vector<std::shared_ptr<Object>> snapshot() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<std::shared_ptr<Object>> objects;
+        objects.reserve(objects_.size());
+        for (const auto& entry : objects_) objects.push_back(entry.second);
+        return objects;
+    }
+
     std::vector<std::shared_ptr<Object>> removeAll() {
         std::lock_guard<std::mutex> lock(mutex_);
         std::vector<std::shared_ptr<Object>> objects;

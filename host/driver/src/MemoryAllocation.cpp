@@ -1,5 +1,6 @@
 // Allocations and command buffers: a memfd of the asked size, mapped into the driver, with a
 // device address range counted against the device memory capacity.
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -43,10 +44,13 @@ UniqueDescriptor createBackingFile(const AllocationRequest& request) {
     const std::string memfd_name =
             (request.kind == MemoryKind::kCommandBuffer ? "dravik-cmdbuf:" : "dravik-mem:") +
             std::string(request.name).substr(0, kMemfdNameLength);
-    UniqueDescriptor descriptor(memfd_create(memfd_name.c_str(), MFD_CLOEXEC));
+    UniqueDescriptor descriptor(memfd_create(memfd_name.c_str(), MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!descriptor.valid()) failWithSystemError();
     descriptor = keepAboveStandardStreams(std::move(descriptor));
     if (ftruncate(descriptor.get(), request.size) != 0) failWithSystemError();
+    // Whoever holds the shared descriptor cannot shrink the file under the driver's mapping, where
+    // a run's access would then fault the whole process.
+    if (fcntl(descriptor.get(), F_ADD_SEALS, F_SEAL_SHRINK) != 0) failWithSystemError();
     return descriptor;
 }
 

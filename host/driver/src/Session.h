@@ -27,6 +27,8 @@ class Session {
     // Removes one of this session's objects of the given kind; throws DriverError(EINVAL) for
     // anything else.
     std::shared_ptr<MemoryObject> removeMemory(dravik_mem* memory, MemoryKind kind);
+    // The memory objects live in the session now, for a run to resolve device addresses against.
+    std::vector<std::shared_ptr<MemoryObject>> memorySnapshot() const { return memory_.snapshot(); }
 
     void addCommand(const std::shared_ptr<Command>& command);
     std::shared_ptr<Command> removeCommand(dravik_cmd* command);
