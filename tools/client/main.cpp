@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::string error;
-    const auto service = tessaro_client::connectToService(&error);
+    const auto service = tessaro_workload::connectToService(&error);
     if (service == nullptr) {
         std::fprintf(stderr, "tessaro_client: %s\n", error.c_str());
         return 1;

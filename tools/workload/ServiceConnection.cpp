@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace tessaro_client {
+namespace tessaro_workload {
 
 std::string serviceInstanceName() {
     return std::string(ITovanDravik::descriptor) + "/default";
@@ -35,4 +35,4 @@ std::shared_ptr<ITovanDravik> connectToService(std::string* error) {
     return service;
 }
 
-}  // namespace tessaro_client
+}  // namespace tessaro_workload

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-namespace tessaro_client {
+namespace tessaro_workload {
 
 using ::aidl::vendor::korvane::hardware::tessaro::dravik::ITovanDravik;
 
@@ -16,4 +16,4 @@ std::string serviceInstanceName();
 // answers another interface version).
 std::shared_ptr<ITovanDravik> connectToService(std::string* error);
 
-}  // namespace tessaro_client
+}  // namespace tessaro_workload
