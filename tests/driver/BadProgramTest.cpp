@@ -77,6 +77,12 @@ TEST_F(BadProgramTest, EachFaultFailsTheRunWithItsErrnoAndWritesNothing) {
              }),
              EINVAL},
             {"wait too long", Program().wait(DRAVIK_REFERENCE_MAX_WAIT_NS + 1).bytes(), EINVAL},
+            {"waits too long together",
+             Program()
+                     .wait(DRAVIK_REFERENCE_MAX_WAIT_NS / 2 + 1)
+                     .wait(DRAVIK_REFERENCE_MAX_WAIT_NS / 2)
+                     .bytes(),
+             EINVAL},
             {"count times 4 overflows", Program().relu(in.address, out.address, 1ull << 62).bytes(),
              EOVERFLOW},
             {"matmul dimension above INT32_MAX",

@@ -31,7 +31,8 @@
  *              whose number is not instruction_count; more than
  *              DRAVIK_REFERENCE_MAX_INSTRUCTIONS_PER_PROGRAM instructions; an unknown opcode; an
  *              instruction byte_length other than its opcode's; a non-zero reserved field; a zero
- *              count or dimension; a wait longer than DRAVIK_REFERENCE_MAX_WAIT_NS; an fp32
+ *              count or dimension; a wait, or the waits of one program together, longer than
+ *              DRAVIK_REFERENCE_MAX_WAIT_NS; an fp32
  *              operand that does not start at a multiple of 4 bytes from the start of its memory
  *              object; an output that partly overlaps an input (see each opcode).
  *   EOVERFLOW  an operand's size does not fit in 64 bits (count x 4, rows x cols x 4, ...), an
@@ -146,8 +147,10 @@ typedef struct dravik_reference_op_fill {
     uint32_t reserved; /* 0 */
 } dravik_reference_op_fill;
 
-/* Does nothing for nanoseconds (1 to DRAVIK_REFERENCE_MAX_WAIT_NS): a sub-command that takes a
- * known time, so that runs can be observed while in progress. */
+/* Does nothing for nanoseconds (1 to DRAVIK_REFERENCE_MAX_WAIT_NS, and no more than that for all
+ * the waits of one program together): a sub-command that takes a known time, so that runs can be
+ * observed while in progress. The bound keeps a command's deletion, which waits for its run, from
+ * waiting long. */
 typedef struct dravik_reference_op_wait {
     dravik_reference_instruction_header header; /* DRAVIK_REFERENCE_OP_WAIT, 16 */
     uint64_t nanoseconds;

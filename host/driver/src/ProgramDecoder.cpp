@@ -174,6 +174,7 @@ std::vector<DecodedInstruction> decodeProgram(const uint8_t* bytes, uint64_t siz
     std::vector<DecodedInstruction> instructions;
     instructions.reserve(header.instruction_count);
     uint64_t offset = sizeof(header);
+    uint64_t waited_ns = 0;
     while (offset < header.byte_length) {
         require(instructions.size() < header.instruction_count, EINVAL);
         dravik_reference_instruction_header instruction;
@@ -184,6 +185,8 @@ std::vector<DecodedInstruction> decodeProgram(const uint8_t* bytes, uint64_t siz
         require(header.byte_length - offset >= format.byte_length, EINVAL);
         DecodedInstruction decoded = format.decode(bytes + offset);
         decoded.opcode = instruction.opcode;
+        waited_ns += decoded.nanoseconds;  // each at most the bound, so this cannot wrap
+        require(waited_ns <= DRAVIK_REFERENCE_MAX_WAIT_NS, EINVAL);
         instructions.push_back(decoded);
         offset += format.byte_length;
     }
