@@ -34,20 +34,26 @@ bool DeathRecipientLinks::unlink(const AIBinder* binder, void* cookie) {
     return true;
 }
 
+std::vector<DeathRecipientLinks::Link> DeathRecipientLinks::takeLinks(const AIBinder* binder) {
+    std::lock_guard<std::mutex> guard(lock_);
+    auto taken = std::stable_partition(links_.begin(), links_.end(), [binder](const Link& link) {
+        return link.binder != binder;
+    });
+    std::vector<Link> ended(taken, links_.end());
+    links_.erase(taken, links_.end());
+    return ended;
+}
+
 void DeathRecipientLinks::notifyDied(const AIBinder* binder) {
-    std::vector<Link> ended;
-    {
-        std::lock_guard<std::mutex> guard(lock_);
-        auto died = std::stable_partition(links_.begin(), links_.end(), [binder](const Link& link) {
-            return link.binder != binder;
-        });
-        ended.assign(died, links_.end());
-        links_.erase(died, links_.end());
-    }
+    const std::vector<Link> ended = takeLinks(binder);
     for (const Link& link : ended) {
         if (on_died_ != nullptr) on_died_(link.cookie);
     }
     reportUnlinked(ended);
+}
+
+void DeathRecipientLinks::unlinkBinder(const AIBinder* binder) {
+    reportUnlinked(takeLinks(binder));
 }
 
 void DeathRecipientLinks::unlinkAll() {

@@ -28,6 +28,8 @@ class DeathRecipientLinks {
     void notifyDied(const AIBinder* binder);
     // Ends every link (the recipient is being deleted): onUnlinked for each cookie.
     void unlinkAll();
+    // Ends every link to binder, which is being destroyed: onUnlinked for each cookie.
+    void unlinkBinder(const AIBinder* binder);
     size_t linkCount(const AIBinder* binder) const;
 
   private:
@@ -36,6 +38,8 @@ class DeathRecipientLinks {
         void* cookie;
     };
 
+    // Takes the links to binder out of the table.
+    std::vector<Link> takeLinks(const AIBinder* binder);
     // Callbacks run with no lock held: they may link or unlink again.
     void reportUnlinked(const std::vector<Link>& ended) const;
 

@@ -116,6 +116,14 @@ void AParcel::reset() {
     position_ = 0;
 }
 
+void AParcel::adopt(std::vector<uint8_t> data, std::map<int32_t, ParcelObject> objects) {
+    std::map<int32_t, ParcelObject> released;
+    released.swap(objects_);
+    data_ = std::move(data);
+    objects_ = std::move(objects);
+    position_ = 0;
+}
+
 binder_status_t AParcel::appendFrom(const AParcel& from, int32_t start, int32_t size) {
     if (start < 0 || size < 0 || start > from.dataSize() - size) {
         host_binder::logError("AParcel_appendFrom: range %d+%d outside the %d bytes of data", start,

@@ -87,6 +87,11 @@ struct AParcel {
 
     // Back to empty: no data, no objects, position 0.
     void reset();
+    // The bytes, as a transport sends them beside objects().
+    const std::vector<uint8_t>& data() const { return data_; }
+    // Replaces the content with received bytes and the objects whose slots they hold; the
+    // position goes to 0. The transport has checked that every slot lies inside the bytes.
+    void adopt(std::vector<uint8_t> data, std::map<int32_t, host_binder::ParcelObject> objects);
     // Writes bytes [start, start + size) of from, and copies of their objects, at the position.
     binder_status_t appendFrom(const AParcel& from, int32_t start, int32_t size);
     // Copies length bytes of plain data from start into buffer.

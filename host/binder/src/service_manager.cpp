@@ -1,11 +1,15 @@
-// The AServiceManager C functions, in front of the process's service table.
+// The AServiceManager C functions: the process's own service table first, then the service
+// directory, where registrations are published for other processes.
 #include <android/binder_manager.h>
 
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "log.h"
+#include "outgoing_calls.h"
+#include "service_publisher.h"
 #include "service_table.h"
 
 using host_binder::logError;
@@ -16,6 +20,8 @@ namespace {
 constexpr size_t kMaxInstanceNameLength = 127;
 // How long getService waits for a service that is not registered yet.
 constexpr std::chrono::seconds kGetServiceWait{5};
+// How often a wait looks in the service directory again.
+constexpr std::chrono::milliseconds kDirectoryPollInterval{50};
 
 bool isValidInstanceName(const char* function, const char* instance) {
     if (instance == nullptr) {
@@ -39,6 +45,27 @@ AIBinder* handOver(const ndk::SpAIBinder& binder) {
     return binder.get();
 }
 
+// This process's registration of instance, else another process's.
+ndk::SpAIBinder find(const std::string& instance) {
+    ndk::SpAIBinder binder = ServiceTable::processTable().find(instance);
+    if (binder.get() == nullptr) host_binder::lookupService(instance, &binder);
+    return binder;
+}
+
+// As find, waiting for a registration up to limit when given.
+ndk::SpAIBinder waitFor(const std::string& instance,
+                        std::optional<std::chrono::steady_clock::duration> limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit.value_or(kGetServiceWait);
+    for (;;) {
+        ndk::SpAIBinder binder = find(instance);
+        if (binder.get() != nullptr) return binder;
+        if (limit.has_value() && std::chrono::steady_clock::now() >= deadline) return binder;
+        // A registration in this process ends the pause at once.
+        binder = ServiceTable::processTable().waitFor(instance, kDirectoryPollInterval);
+        if (binder.get() != nullptr) return binder;
+    }
+}
+
 }  // namespace
 
 binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
@@ -47,6 +74,10 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
         return EX_ILLEGAL_ARGUMENT;
     }
     if (!isValidInstanceName(__func__, instance)) return EX_ILLEGAL_ARGUMENT;
+    if (!host_binder::ServicePublisher::processPublisher().publish(instance)) {
+        logError("AServiceManager_addService: cannot publish '%s' for other processes", instance);
+        return EX_ILLEGAL_STATE;
+    }
     AIBinder_incStrong(binder);
     ServiceTable::processTable().add(instance, ndk::SpAIBinder(binder), /*lazy=*/false);
     return EX_NONE;
@@ -59,6 +90,11 @@ binder_status_t AServiceManager_registerLazyService(AIBinder* binder, const char
         return STATUS_UNEXPECTED_NULL;
     }
     if (!isValidInstanceName(__func__, instance)) return STATUS_BAD_VALUE;
+    if (!host_binder::ServicePublisher::processPublisher().publish(instance)) {
+        logError("AServiceManager_registerLazyService: cannot publish '%s' for other processes",
+                 instance);
+        return STATUS_INVALID_OPERATION;
+    }
     AIBinder_incStrong(binder);
     ServiceTable::processTable().add(instance, ndk::SpAIBinder(binder), /*lazy=*/true);
     return STATUS_OK;
@@ -66,15 +102,15 @@ binder_status_t AServiceManager_registerLazyService(AIBinder* binder, const char
 
 AIBinder* AServiceManager_checkService(const char* instance) {
     if (!isValidInstanceName(__func__, instance)) return nullptr;
-    return handOver(ServiceTable::processTable().find(instance));
+    return handOver(find(instance));
 }
 
 AIBinder* AServiceManager_getService(const char* instance) {
     if (!isValidInstanceName(__func__, instance)) return nullptr;
-    return handOver(ServiceTable::processTable().waitFor(instance, kGetServiceWait));
+    return handOver(waitFor(instance, kGetServiceWait));
 }
 
 AIBinder* AServiceManager_waitForService(const char* instance) {
     if (!isValidInstanceName(__func__, instance)) return nullptr;
-    return handOver(ServiceTable::processTable().waitFor(instance, std::nullopt));
+    return handOver(waitFor(instance, std::nullopt));
 }
