@@ -1,27 +1,23 @@
-// The registries under load: a look-up and an allocation pair with 10^3 and 10^6 live objects,
-// beside a bare mutex and map look-up, and deleting a session of 1,000 objects beside others.
-// Look-ups pick among the objects of one session, as a client names its own objects; the other
-// sessions' objects are live but untouched, so the figures show how the registry scales rather
-// than how far main memory is from the cache.
+// The registries under load: a look-up and an allocation pair with 10^3 to 10^6 live objects,
+// beside a bare mutex and map look-up, and deleting a session of k objects beside 10^3 or 10^6
+// others. Look-ups pick among the objects of one session, as a client names its own objects; the
+// other sessions' objects are live but untouched, so the figures show how the registry scales
+// rather than how far main memory is from the cache.
 #include <benchmark/benchmark.h>
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <random>
 
+#include "BareLookupBaseline.h"
 #include "RatioReporter.h"
 #include "service/TovanDravik.h"
 
 namespace {
 
 using namespace aidl::vendor::korvane::hardware::tessaro::dravik;
-
-constexpr int64_t kObjectsPerSession = 1000;
-
-void* fakePointer(uint64_t value) {
-    return reinterpret_cast<void*>(static_cast<uintptr_t>(value) << 4);
-}
+using bench::fakePointer;
+using bench::kObjectsPerSession;
 
 // A service holding `objects` live command buffers and memory blocks, spread over sessions of
 // kObjectsPerSession each; built once per size.
@@ -45,23 +41,6 @@ struct LoadedService {
         return *entry;
     }
 };
-
-// The baseline: the cheapest registry imaginable, a mutex and an ordered map.
-void BM_BareMutexMapLookup(benchmark::State& state) {
-    std::mutex lock;
-    std::map<std::pair<uint64_t, uint64_t>, void*> table;
-    std::vector<std::pair<uint64_t, uint64_t>> keys;
-    for (int64_t filed = 0; filed < state.range(0); ++filed) {
-        keys.emplace_back(0x100000 + filed / kObjectsPerSession, filed + 1);
-        table.emplace(keys.back(), fakePointer(filed + 1));
-    }
-    std::mt19937_64 random(1);
-    for (auto _ : state) {
-        const auto& key = keys[keys.size() - 1 - random() % kObjectsPerSession];
-        std::lock_guard<std::mutex> guard(lock);
-        benchmark::DoNotOptimize(table.find(key)->second);
-    }
-}
 
 void BM_RegistryLookup(benchmark::State& state) {
     LoadedService& loaded = LoadedService::withObjects(state.range(0));
@@ -88,13 +67,14 @@ void BM_MemAllocFreePair(benchmark::State& state) {
     loaded.service->session_deleteInstance(session, &ret);
 }
 
-void BM_DeleteSessionOf1000Objects(benchmark::State& state) {
-    LoadedService& loaded = LoadedService::withObjects(state.range(0));
+// BM_DeleteSession/<objects in the session>/<live objects beside it>.
+void BM_DeleteSession(benchmark::State& state) {
+    LoadedService& loaded = LoadedService::withObjects(state.range(1));
     for (auto _ : state) {
         state.PauseTiming();
         int64_t session = 0;
         loaded.service->session_createInstance(&session);
-        for (int64_t object = 0; object < kObjectsPerSession; ++object) {
+        for (int64_t object = 0; object < state.range(0); ++object) {
             loaded.service->generateDravikMemId(session, fakePointer(object + 1), 0, false);
         }
         state.ResumeTiming();
@@ -102,12 +82,17 @@ void BM_DeleteSessionOf1000Objects(benchmark::State& state) {
         loaded.service->session_deleteInstance(session, &ret);
         benchmark::DoNotOptimize(ret);
     }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK(BM_BareMutexMapLookup)->Arg(1000)->Arg(1000000);
-BENCHMARK(BM_RegistryLookup)->Arg(1000)->Arg(1000000);
-BENCHMARK(BM_MemAllocFreePair)->Arg(1000)->Arg(1000000);
-BENCHMARK(BM_DeleteSessionOf1000Objects)->Arg(1000)->Arg(1000000);
+BENCHMARK(BM_RegistryLookup)->RangeMultiplier(10)->Range(1000, 1000000);
+BENCHMARK(BM_MemAllocFreePair)->RangeMultiplier(10)->Range(1000, 1000000);
+BENCHMARK(BM_DeleteSession)
+        ->Args({1000, 1000})
+        ->Args({10, 1000000})
+        ->Args({100, 1000000})
+        ->Args({1000, 1000000})
+        ->Args({10000, 1000000});
 
 }  // namespace
 
@@ -119,10 +104,11 @@ int main(int argc, char** argv) {
                      "BM_RegistryLookup/1000", 2.0},
                     {"registry look-up vs bare mutex + map, 10^3", "BM_RegistryLookup/1000",
                      "BM_BareMutexMapLookup/1000", 3.0},
+                    {"registry look-up vs bare mutex + map, 10^6", "BM_RegistryLookup/1000000",
+                     "BM_BareMutexMapLookup/1000000", 3.0},
                     {"memAlloc + memFree, 10^6 vs 10^3 live objects", "BM_MemAllocFreePair/1000000",
                      "BM_MemAllocFreePair/1000", 2.0},
                     {"delete a 1,000-object session, beside 10^6 vs 10^3",
-                     "BM_DeleteSessionOf1000Objects/1000000", "BM_DeleteSessionOf1000Objects/1000",
-                     1.5},
+                     "BM_DeleteSession/1000/1000000", "BM_DeleteSession/1000/1000", 2.0},
             });
 }
