@@ -109,6 +109,7 @@ binder_status_t call(const ndk::SpAIBinder& binder, transaction_code_t code,
     binder_status_t status = AIBinder_prepareTransaction(binder.get(), request.getR());
     if (status == STATUS_OK && write) status = write(request.get());
     if (status != STATUS_OK) return status;
+    reply->set(nullptr);  // the transaction overwrites the pointer without freeing what it held
     return AIBinder_transact(binder.get(), code, request.getR(), reply->getR(), 0);
 }
 
@@ -160,7 +161,7 @@ TEST(CrossProcessTest, CallCarriesValuesDescriptorsIdentityAndDumps) {
 
     // Codes the interface does not know reach its onTransact, which refuses them.
     EXPECT_EQ(call(service, 0x777, nullptr, &reply), STATUS_UNKNOWN_TRANSACTION);
-    AIBinder_Class* other = peer::defineClass("test.peer.INotThis", noTransactions);
+    static AIBinder_Class* const other = peer::defineClass("test.peer.INotThis", noTransactions);
     EXPECT_FALSE(AIBinder_associateClass(service.get(), other));
 
     int pipe_ends[2];

@@ -95,23 +95,34 @@ __attribute__((warn_unused_result)) AIBinder* AIBinder_new(const AIBinder_Class*
 /** Whether binder stands for an object in another process. False for null. */
 bool AIBinder_isRemote(const AIBinder* binder);
 
-/** Whether the object behind binder can still be reached. Local binders always can. */
+/**
+ * Whether the object behind binder can still be reached. Local binders always can; a remote one
+ * until the process that owns it is known to have died.
+ */
 bool AIBinder_isAlive(const AIBinder* binder);
 
-/** Checks that the object behind binder answers. STATUS_UNEXPECTED_NULL for null. */
+/**
+ * Checks that the object behind binder answers. STATUS_DEAD_OBJECT when its process is gone,
+ * STATUS_UNEXPECTED_NULL for null.
+ */
 binder_status_t AIBinder_ping(AIBinder* binder);
 
 /**
  * Asks binder to describe itself to fd (the class's dump callback; STATUS_OK when it has none).
- * args holds numArgs strings; it may be null when numArgs is 0.
+ * args holds numArgs strings; it may be null when numArgs is 0. For a remote binder, fd and the
+ * strings are copied to the owning process, whose dump callback writes to its copy of fd; fd
+ * stays the caller's.
  */
 binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint32_t numArgs);
 
 /**
  * Asks to be told, through recipient, when the process that owns binder dies; cookie is handed
- * to the callbacks. Only remote binders die: on a local binder this answers
- * STATUS_INVALID_OPERATION, as the platform does. STATUS_UNEXPECTED_NULL for a null binder or
- * recipient.
+ * to the callbacks, which run once, on a thread of the binder thread pool, when that process is
+ * gone (not when one connection to it breaks); the link then ends (onUnlinked runs). The
+ * recipient is not owned by the link: the caller keeps it until AIBinder_DeathRecipient_delete.
+ * Only remote binders die: on a local binder this answers STATUS_INVALID_OPERATION, as the
+ * platform does; STATUS_DEAD_OBJECT when the owning process has already died.
+ * STATUS_UNEXPECTED_NULL for a null binder or recipient.
  */
 binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
                                      void* cookie);

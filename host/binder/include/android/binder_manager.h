@@ -9,6 +9,12 @@
  * functions may be called from any thread.
  *
  * Instance names are 1 to 127 characters of letters, digits and "_.-/".
+ *
+ * On the host, a registration is also published in the service directory ($TESSARO_BINDER_DIR,
+ * else $XDG_RUNTIME_DIR/tessaro-binder, else /tmp/tessaro-binder-<uid>; private to the user), so
+ * that other processes of the user reach the service; look-ups search this process's own
+ * registrations first, then the directory, and answer proxies for services of other processes.
+ * A registration replaces the socket a process that died left behind.
  */
 #pragma once
 
@@ -21,7 +27,8 @@ extern "C" {
 
 /**
  * Registers binder under instance. EX_NONE on success; EX_ILLEGAL_ARGUMENT for a null binder, a
- * null instance or an invalid instance name.
+ * null instance or an invalid instance name; EX_ILLEGAL_STATE when it cannot be published in the
+ * service directory (nothing is registered then).
  */
 __attribute__((warn_unused_result)) binder_exception_t AServiceManager_addService(
         AIBinder* binder, const char* instance);
@@ -29,7 +36,8 @@ __attribute__((warn_unused_result)) binder_exception_t AServiceManager_addServic
 /**
  * Registers binder under instance as a lazy service: one whose process may stop once it has no
  * clients. STATUS_OK on success; STATUS_UNEXPECTED_NULL for null arguments, STATUS_BAD_VALUE for
- * an invalid instance name.
+ * an invalid instance name, STATUS_INVALID_OPERATION when it cannot be published in the service
+ * directory (nothing is registered then).
  */
 binder_status_t AServiceManager_registerLazyService(AIBinder* binder, const char* instance);
 
