@@ -8,10 +8,10 @@
 
 int main(int argc, char** argv) {
     std::string error;
-    const auto options = tessaro_sample::parseSampleOptions(argc, argv, &error);
+    const auto options = tessaro_workload::parseSampleOptions(argc, argv, &error);
     if (!options) {
         std::fprintf(error.empty() ? stdout : stderr, "%s%s%s", error.c_str(),
-                     error.empty() ? "" : "\n", tessaro_sample::kSampleUsage);
+                     error.empty() ? "" : "\n", tessaro_workload::kSampleUsage);
         return error.empty() ? 0 : 2;
     }
     const auto service = tessaro_workload::connectToService(&error);
@@ -19,5 +19,5 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "tessaro_sample_workload: %s\n", error.c_str());
         return 1;
     }
-    return tessaro_sample::runSampleWorkload(service, *options);
+    return tessaro_workload::runSampleWorkload(service, *options);
 }

@@ -6,7 +6,7 @@
 
 #include "SampleOptions.h"
 
-namespace tessaro_sample {
+namespace tessaro_workload {
 
 // Sets the perceptron up on service, runs it in every run style, then timed cached runs and
 // fenced runs, reads the run information back, runs the same work on the driver in this process
@@ -17,4 +17,4 @@ int runSampleWorkload(
                 service,
         const SampleOptions& options);
 
-}  // namespace tessaro_sample
+}  // namespace tessaro_workload

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace tessaro_sample {
+namespace tessaro_workload {
 
 struct SampleOptions {
     std::vector<int> widths{784, 512, 256, 10};
@@ -22,4 +22,4 @@ std::optional<SampleOptions> parseSampleOptions(int argc, char** argv, std::stri
 
 extern const char* const kSampleUsage;
 
-}  // namespace tessaro_sample
+}  // namespace tessaro_workload

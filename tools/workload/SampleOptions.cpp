@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <sstream>
 
-namespace tessaro_sample {
+namespace tessaro_workload {
 
 const char* const kSampleUsage =
         "usage: tessaro_sample_workload [--layers W,W,...] [--batch N] [--runs N] [--fenced-runs N]\n"
@@ -76,4 +76,4 @@ std::optional<SampleOptions> parseSampleOptions(int argc, char** argv, std::stri
     return options;
 }
 
-}  // namespace tessaro_sample
+}  // namespace tessaro_workload

@@ -11,15 +11,9 @@
 #include "PerceptronModel.h"
 #include "ServicePerceptron.h"
 
-namespace tessaro_sample {
+namespace tessaro_workload {
 
 namespace {
-
-using tessaro_workload::DirectPerceptron;
-using tessaro_workload::LatencySummary;
-using tessaro_workload::PerceptronModel;
-using tessaro_workload::RunStyle;
-using tessaro_workload::ServicePerceptron;
 
 constexpr uint64_t kModelSeed = 20261123;
 // fp32 sums of a few hundred products against a double-precision reference.
@@ -73,16 +67,16 @@ std::vector<double> timedRuns(ServicePerceptron& perceptron, const PerceptronMod
     std::vector<double> latencies;
     for (int run = 0; run < count; ++run) {
         const bool check = run % check_every == 0 || run + 1 == count;
-        const std::vector<float> inputs = tessaro_workload::seededInputs(
-                perceptron.batch(), model.inputWidth(), static_cast<uint64_t>(run) + 1);
+        const std::vector<float> inputs = seededInputs(perceptron.batch(), model.inputWidth(),
+                                                       static_cast<uint64_t>(run) + 1);
         perceptron.writeInputs(inputs);
         bool succeeded = false;
         latencies.push_back(
                 millisecondsOf([&] { return perceptron.run(style, error); }, &succeeded));
         if (!succeeded) return {};
         if (check) {
-            *largest = std::max(*largest, tessaro_workload::largestDifference(
-                                                  perceptron.readOutputs(),
+            *largest = std::max(*largest,
+                                largestDifference(perceptron.readOutputs(),
                                                   model.forward(inputs, perceptron.batch())));
         }
     }
@@ -119,19 +113,19 @@ int runSampleWorkload(
                                   format("%.1f", set_up_ms) + " ms)");
 
     // Every style a client in another process has, once, each checked.
-    for (const RunStyle style : tessaro_workload::remoteRunStyles()) {
-        const std::vector<float> inputs = tessaro_workload::seededInputs(
-                options.batch, model.inputWidth(), 1000 + static_cast<uint64_t>(style));
+    for (const RunStyle style : remoteRunStyles()) {
+        const std::vector<float> inputs = seededInputs(options.batch, model.inputWidth(),
+                                                       1000 + static_cast<uint64_t>(style));
         perceptron->writeInputs(inputs);
         const double ms =
                 millisecondsOf([&] { return perceptron->run(style, &error); }, &succeeded);
-        const char* name = tessaro_workload::runStyleName(style);
+        const char* name = runStyleName(style);
         if (!succeeded) {
             report.failure(name, error);
             continue;
         }
-        const float difference = tessaro_workload::largestDifference(
-                perceptron->readOutputs(), model.forward(inputs, options.batch));
+        const float difference =
+                largestDifference(perceptron->readOutputs(), model.forward(inputs, options.batch));
         if (difference > kTolerance) {
             report.failure(name, "answers differ from the CPU's by " + format("%.3g", difference));
         } else {
@@ -148,7 +142,7 @@ int runSampleWorkload(
         report.failure("cached runs", error);
         return 1;
     }
-    const LatencySummary cached_summary = tessaro_workload::summarize(cached);
+    const LatencySummary cached_summary = summarize(cached);
     double total_ms = 0;
     for (const double ms : cached) total_ms += ms;
     const double throughput =
@@ -172,12 +166,12 @@ int runSampleWorkload(
             report.failure("fenced runs",
                            "answers differ from the CPU's by " + format("%.3g", largest));
         } else {
-            report.line("fenced runs", std::to_string(fenced.size()) + " runs: " +
-                                               latencyText(tessaro_workload::summarize(fenced)));
+            report.line("fenced runs",
+                        std::to_string(fenced.size()) + " runs: " + latencyText(summarize(fenced)));
         }
     }
 
-    tessaro_workload::RunFigures figures;
+    RunFigures figures;
     if (!perceptron->readRunFigures(&figures, &error)) {
         report.failure("run information", error);
     } else {
@@ -200,14 +194,14 @@ int runSampleWorkload(
     }
     std::vector<double> direct_latencies;
     for (int run = 0; run < options.cached_runs && succeeded; ++run) {
-        direct->writeInputs(tessaro_workload::seededInputs(options.batch, model.inputWidth(),
-                                                           static_cast<uint64_t>(run) + 1));
+        direct->writeInputs(
+                seededInputs(options.batch, model.inputWidth(), static_cast<uint64_t>(run) + 1));
         direct_latencies.push_back(millisecondsOf([&] { return direct->run(&error); }, &succeeded));
     }
     if (!succeeded) {
         report.failure("baseline", error);
     } else {
-        const LatencySummary direct_summary = tessaro_workload::summarize(direct_latencies);
+        const LatencySummary direct_summary = summarize(direct_latencies);
         report.line("baseline", "the driver in this process: " + latencyText(direct_summary));
         const double share = 100.0 * (cached_summary.median_ms - direct_summary.median_ms) /
                              cached_summary.median_ms;
@@ -222,4 +216,4 @@ int runSampleWorkload(
     return report.failures() == 0 ? 0 : 1;
 }
 
-}  // namespace tessaro_sample
+}  // namespace tessaro_workload
