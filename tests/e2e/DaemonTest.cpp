@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <string>
 #include <thread>
 
@@ -75,6 +76,12 @@ TEST_F(DaemonTest, ClientsAreServedUntilTheDaemonIsStopped) {
     } while (dump.exit_status != 0 && std::chrono::steady_clock::now() < limit);
     ASSERT_EQ(dump.exit_status, 0) << dump.output;
 
+    // What the client prints is what the service answered, read after each call returned.
+    const ProgramResult info = runProgram(program("tessaro_client") + " info");
+    EXPECT_EQ(info.exit_status, 0) << info.output;
+    EXPECT_TRUE(std::regex_search(info.output,
+                                  std::regex(R"(session_queryDeviceNum\(type 4\) +4 device\(s\))")))
+            << info.output;
     const ProgramResult session = runProgram(program("tessaro_client") + " session");
     EXPECT_EQ(session.exit_status, 0) << session.output;
     const ProgramResult workload =

@@ -45,7 +45,7 @@ void queryMetadata(ITovanDravik& service, int64_t session, int32_t type, int64_t
     const ndk::ScopedAStatus status =
             service.session_queryDeviceMetaData(session, type, region, &ret);
     if (!steps.report("session_queryDeviceMetaData(type " + std::to_string(type) + ")", status,
-                      "ret " + std::to_string(ret)) ||
+                      [&] { return "ret " + std::to_string(ret); }) ||
         ret != 0) {
         return;
     }
@@ -63,7 +63,7 @@ int showDeviceInformation(ITovanDravik& service) {
     int64_t session = 0;
     steps.begin();
     if (!steps.report("session_createInstance", service.session_createInstance(&session),
-                      "session " + std::to_string(session))) {
+                      [&] { return "session " + std::to_string(session); })) {
         return 1;
     }
     int64_t metadata_size = 0;
@@ -71,7 +71,8 @@ int showDeviceInformation(ITovanDravik& service) {
         int64_t value = 0;
         steps.begin();
         steps.report("session_queryInfo(kind " + std::to_string(kind) + ")",
-                     service.session_queryInfo(session, kind, &value), std::to_string(value));
+                     service.session_queryInfo(session, kind, &value),
+                     [&] { return std::to_string(value); });
         if (kind == kMetadataSizeKind) metadata_size = value;
     }
     for (const int32_t type : kDeviceTypes) {
@@ -79,13 +80,13 @@ int showDeviceInformation(ITovanDravik& service) {
         steps.begin();
         steps.report("session_queryDeviceNum(type " + std::to_string(type) + ")",
                      service.session_queryDeviceNum(session, type, &count),
-                     std::to_string(count) + " device(s)");
+                     [&] { return std::to_string(count) + " device(s)"; });
         if (metadata_size > 0) queryMetadata(service, session, type, metadata_size, steps);
     }
     int32_t ret = 0;
     steps.begin();
     steps.report("session_deleteInstance", service.session_deleteInstance(session, &ret),
-                 "ret " + std::to_string(ret));
+                 [&] { return "ret " + std::to_string(ret); });
     return steps.failures() == 0 && ret == 0 ? 0 : 1;
 }
 

@@ -35,7 +35,7 @@ int showSessionLife(ITovanDravik& service) {
     int64_t session = 0;
     steps.begin();
     if (!steps.report("session_createInstance", service.session_createInstance(&session),
-                      "session " + std::to_string(session))) {
+                      [&] { return "session " + std::to_string(session); })) {
         return 1;
     }
     int32_t ret = 0;
@@ -44,60 +44,64 @@ int showSessionLife(ITovanDravik& service) {
     steps.begin();
     if (steps.report("session_memAlloc(4096, shareable)",
                      service.session_memAlloc(session, kMemorySize, 0, kShareable, 0, &memory),
-                     "mem_id " + std::to_string(memory.mem_id) + ", " +
-                             std::to_string(memory.fds.size()) + " descriptor(s)") &&
+                     [&] {
+                         return "mem_id " + std::to_string(memory.mem_id) + ", " +
+                                std::to_string(memory.fds.size()) + " descriptor(s)";
+                     }) &&
         !memory.fds.empty()) {
         std::printf("  %-44s %s\n", "  (client)",
                     fillThroughDescriptor(memory.fds[0].get(), kMemorySize).c_str());
         steps.begin();
         steps.report("session_memFlush", service.session_memFlush(session, memory.mem_id, &ret),
-                     "ret " + std::to_string(ret));
+                     [&] { return "ret " + std::to_string(ret); });
         int64_t address = 0;
         steps.begin();
         steps.report(
                 "session_memGetInfoFromHostPtr(device address)",
                 service.session_memGetInfoFromHostPtr(
                         session, memory.mem_id, DRAVIK_REFERENCE_MEM_INFO_DEVICE_ADDRESS, &address),
-                "0x" + [&] {
-                    char text[32];
-                    std::snprintf(text, sizeof(text), "%llx",
-                                  static_cast<unsigned long long>(address));
-                    return std::string(text);
-                }());
+                [&] {
+                    return "0x" + [&] {
+                        char text[32];
+                        std::snprintf(text, sizeof(text), "%llx",
+                                      static_cast<unsigned long long>(address));
+                        return std::string(text);
+                    }();
+                });
     }
 
     DRAVIK_CMDBUF_INFO_HD buffer;
     steps.begin();
     steps.report("session_cmdBufAlloc(256)",
                  service.session_cmdBufAlloc(session, kCommandBufferSize, 0, &buffer),
-                 "cmd_buf_id " + std::to_string(buffer.cmd_buf_id));
+                 [&] { return "cmd_buf_id " + std::to_string(buffer.cmd_buf_id); });
 
     int64_t command = 0;
     steps.begin();
     steps.report("session_createCmd", service.session_createCmd(session, &command),
-                 "cmd_id " + std::to_string(command));
+                 [&] { return "cmd_id " + std::to_string(command); });
     int64_t sub_command = 0;
     steps.begin();
     steps.report("cmd_createSubcmd(type 1)",
                  service.cmd_createSubcmd(session, command, 1, &sub_command),
-                 "sub_cmd_id " + std::to_string(sub_command));
+                 [&] { return "sub_cmd_id " + std::to_string(sub_command); });
     steps.begin();
     steps.report("subCmd_addCmdBuf",
                  service.subCmd_addCmdBuf(session, sub_command, buffer.cmd_buf_id, 0, &ret),
-                 "ret " + std::to_string(ret));
+                 [&] { return "ret " + std::to_string(ret); });
 
     steps.begin();
     steps.report("session_deleteCmd", service.session_deleteCmd(session, command, &ret),
-                 "ret " + std::to_string(ret));
+                 [&] { return "ret " + std::to_string(ret); });
     steps.begin();
     steps.report("session_cmdBufFree", service.session_cmdBufFree(session, buffer.cmd_buf_id, &ret),
-                 "ret " + std::to_string(ret));
+                 [&] { return "ret " + std::to_string(ret); });
     steps.begin();
     steps.report("session_memFree", service.session_memFree(session, memory.mem_id, &ret),
-                 "ret " + std::to_string(ret));
+                 [&] { return "ret " + std::to_string(ret); });
     steps.begin();
     steps.report("session_deleteInstance", service.session_deleteInstance(session, &ret),
-                 "ret " + std::to_string(ret));
+                 [&] { return "ret " + std::to_string(ret); });
     return steps.failures() == 0 && ret == 0 ? 0 : 1;
 }
 

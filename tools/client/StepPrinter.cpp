@@ -5,7 +5,7 @@
 namespace tessaro_client {
 
 bool StepPrinter::report(const std::string& call, const ndk::ScopedAStatus& status,
-                         const std::string& result) {
+                         const std::function<std::string()>& describe) {
     const double milliseconds =
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_)
                     .count();
@@ -15,7 +15,7 @@ bool StepPrinter::report(const std::string& call, const ndk::ScopedAStatus& stat
                     milliseconds);
         return false;
     }
-    std::printf("  %-44s %s (%.3f ms)\n", call.c_str(), result.c_str(), milliseconds);
+    std::printf("  %-44s %s (%.3f ms)\n", call.c_str(), describe().c_str(), milliseconds);
     return true;
 }
 

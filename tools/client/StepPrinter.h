@@ -3,6 +3,7 @@
 #include <android/binder_auto_utils.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 namespace tessaro_client {
@@ -13,8 +14,10 @@ class StepPrinter {
     // Starts timing a step.
     void begin() { start_ = std::chrono::steady_clock::now(); }
     // Prints the step; answers whether status is OK (a failed status is printed as such).
+    // describe is asked for its account of the result only here, after the call has written its
+    // out-values: an argument computed beside the call could be computed before it.
     bool report(const std::string& call, const ndk::ScopedAStatus& status,
-                const std::string& result);
+                const std::function<std::string()>& describe);
     int failures() const { return failures_; }
 
   private:

@@ -35,7 +35,7 @@ std::string shape(const std::vector<int>& widths) {
 class Report {
   public:
     void line(const char* step, const std::string& text) {
-        std::printf("  %-18s %s\n", step, text.c_str());
+        std::printf("  %-28s %s\n", step, text.c_str());
         std::fflush(stdout);
     }
     void failure(const char* step, const std::string& text) {
