@@ -236,6 +236,265 @@ def transaction_seeds():
     return seeds
 
 
+# ---- call-sequence fuzzer: one u8 action and its fields per call (CallSequence.cpp) ----
+def size_sel(sel, extra=0):
+    out = u8(sel)
+    if sel == 6:
+        out += u32(extra)
+    elif sel == 7:
+        out += u8(extra)
+    return out
+
+
+SZ_1, SZ_64, SZ_PAGE, SZ_64K, SZ_1M, SZ_0 = (size_sel(i) for i in range(6))
+FIRST, SECOND, THIRD = 0, 1, 2
+
+
+def small(n):
+    """A pick that names the small number n (0-15) instead of a handed-out id."""
+    return 0xE0 + n
+
+
+def create():
+    return u8(0)
+
+
+def delete(session=FIRST):
+    return u8(1) + u8(session)
+
+
+def alloc(session=FIRST, size=SZ_PAGE, mem_type=0, variant=0, name=b"m", align_shift=None):
+    out = u8(2) + u8(session) + size
+    out += u8(0) if align_shift is None else u8(1) + u8(align_shift)
+    out += u8(mem_type) + u8(0) + u8(variant)
+    if variant != 0:
+        out += u8(len(name)) + name
+    if variant == 2:
+        out += u64(7)
+    return out
+
+
+def free(session=FIRST, memory=FIRST):
+    return u8(3) + u8(session) + u8(memory)
+
+
+def import_(session=FIRST, kind=MEMFD_PAGE, size=SZ_PAGE, variant=0, with_fd=True):
+    out = u8(4) + u8(session) + u8(kind) + u8(1 if with_fd else 0)
+    out += size + u8(variant)
+    if variant != 0:
+        out += u8(1) + u8(2)
+    return out
+
+
+def unimport(session=FIRST, memory=FIRST):
+    return u8(5) + u8(session) + u8(memory)
+
+
+def maintain(op, session=FIRST, memory=FIRST, kind=1):
+    out = u8(6) + u8(session) + u8(memory) + u8(kind) + u8(op)
+    if op == 3:
+        out += u8(1)
+    return out
+
+
+def cmdbuf(session=FIRST, size=SZ_PAGE, named=False):
+    out = u8(7) + u8(session) + size + u8(1 if named else 0)
+    if named:
+        out += u8(3) + b"buf" + u8(4)
+    return out
+
+
+def cmdbuf_free(session=FIRST, buffer=FIRST):
+    return u8(8) + u8(session) + u8(buffer)
+
+
+def program(buffer=FIRST, steps=()):
+    """steps: ("fill", memory index, count), ("copy", memory index, count), ("wait", ns)."""
+    out = u8(9) + u8(buffer) + u8(1) + u8(len(steps) - 1)
+    for step in steps:
+        if step[0] == "wait":
+            out += u8(0) + u32(step[1])
+        elif step[0] == "fill":
+            out += u8(1) + u8(step[1]) + struct.pack("<H", step[2]) + u8(0)
+        else:
+            out += u8(2) + u8(step[1]) + struct.pack("<H", step[2])
+    return out
+
+
+def raw_program(buffer=FIRST, data=b""):
+    return u8(9) + u8(buffer) + u8(0) + u8(0) + u8(len(data)) + data
+
+
+def create_cmd(session=FIRST):
+    return u8(10) + u8(session)
+
+
+def delete_cmd(session=FIRST, command=FIRST):
+    return u8(11) + u8(session) + u8(command)
+
+
+def create_sub(session=FIRST, command=FIRST, type_index=0):
+    return u8(12) + u8(session) + u8(command) + u8(type_index)
+
+
+def add_buf(session=FIRST, sub=FIRST, buffer=FIRST, mode=0):
+    return u8(13) + u8(session) + u8(sub) + u8(buffer) + u8(mode)
+
+
+def edge(first, second, session=FIRST, command=FIRST):
+    return u8(14) + u8(session) + u8(command) + u8(first) + u8(0) + u8(second)
+
+
+def pack(first, second, session=FIRST, command=FIRST):
+    return u8(14) + u8(session) + u8(command) + u8(first) + u8(1) + u8(second)
+
+
+def tightly(first, successor, memory, session=FIRST, command=FIRST):
+    return u8(14) + u8(session) + u8(command) + u8(first) + u8(2) + u8(successor) + u8(memory)
+
+
+def set_param(variant, kind=1, value=1, session=FIRST):
+    out = u8(15) + u8(session) + u8(kind) + u8(value) + u8(variant)
+    if variant in (0, 1):
+        out += u8(FIRST)
+    else:
+        out += u8(2) + (u8(FIRST) + u8(kind) + u8(value)) * 2
+    return out
+
+
+def build(session=FIRST, command=FIRST):
+    return u8(16) + u8(session) + u8(command)
+
+
+RUN, RUN_ASYNC, WAIT, RUN_TYPED, CACHED, CACHED_TYPED, CACHED_EXT = range(7)
+
+
+def run(variant, session=FIRST, command=FIRST, run_type=0, flushes=(), invalidates=()):
+    out = u8(17) + u8(session) + u8(command) + u8(run_type)
+    out += u8(len(flushes)) + b"".join(u8(m) for m in flushes)
+    out += u8(len(invalidates)) + b"".join(u8(m) for m in invalidates)
+    return out + u8(variant)
+
+
+def run_fence(mode=0, session=FIRST, command=FIRST, flags=1):
+    return u8(18) + u8(session) + u8(command) + u8(mode) + u8(flags)
+
+
+def run_fence_handles(kinds=(0,), session=FIRST, command=FIRST):
+    return u8(19) + u8(session) + u8(command) + u8(len(kinds)) + b"".join(
+        u8(k) for k in kinds) + u8(1)
+
+
+def run_info(variant, kind=3, session=FIRST):
+    out = u8(20) + u8(session) + u8(kind) + u8(variant)
+    if variant in (0, 1):
+        out += u8(FIRST)
+    else:
+        out += u8(2) + (u8(FIRST) + u8(kind)) * 2
+    return out
+
+
+def typed_run(session=FIRST, command=FIRST, run_type=1):
+    return u8(21) + u8(session) + u8(command) + u8(run_type)
+
+
+JOIN = u8(22)
+FAIL_DELETE_SESSION, FAIL_MEM_FREE, FAIL_UNIMPORT, FAIL_CMDBUF_FREE, FAIL_DELETE_CMD, \
+    FAIL_MEM_INFO, FAIL_MEM_ALLOC, FAIL_IMPORT, FAIL_RUN_TYPED, FAIL_BUILD = (
+        1 << i for i in range(10))
+
+
+def inject(mask):
+    return u8(23) + struct.pack("<H", mask)
+
+
+def crash(own=True):
+    return u8(24) + (u8(1) if own else u8(0) + u32(999999))
+
+
+def query(variant, session=FIRST, type_index=0, kind=1):
+    out = u8(25) + u8(session) + u8(type_index) + u8(variant)
+    if variant == 0:
+        out += u8(kind)
+    elif variant == 2:
+        out += u8(0) + u8(0)  # a page memfd, the block's own size (128)
+    return out
+
+
+def runnable(wait_ns=0):
+    """A session with two memories, a programmed command buffer and a built command."""
+    steps = [("fill", FIRST, 64), ("copy", SECOND, 32)]
+    if wait_ns:
+        steps.append(("wait", wait_ns))
+    return [create(), alloc(), alloc(), cmdbuf(), program(steps=steps), create_cmd(),
+            create_sub(), add_buf(), build()]
+
+
+def sequence_seeds():
+    seeds = {}
+    seeds["full_life"] = runnable() + [
+        run(RUN), run(RUN_TYPED, run_type=1), run(RUN_ASYNC), run(WAIT),
+        run(CACHED, flushes=(FIRST,), invalidates=(SECOND,)),
+        run(CACHED_TYPED, run_type=2, flushes=(FIRST,)), run(CACHED_EXT, invalidates=(FIRST,)),
+        run_fence(0), run_fence_handles((0,)), run_info(0), run_info(1), run_info(2),
+        run_info(3), delete()]
+    seeds["typed_run_meets_deletion"] = runnable(wait_ns=900000) + [typed_run(), delete(), JOIN]
+    seeds["two_typed_runs_then_deletion"] = runnable(wait_ns=500000) + [
+        typed_run(), typed_run(run_type=2), delete(), JOIN]
+    seeds["crash_cleanup"] = [create(), create(), create(), alloc(FIRST), alloc(SECOND),
+                              cmdbuf(THIRD), create_cmd(SECOND), alloc(THIRD, mem_type=1),
+                              crash()]
+    seeds["crash_of_unknown_client"] = [create(), alloc(), crash(own=False)]
+    seeds["failed_session_deletion"] = [create(), alloc(), cmdbuf(), create_cmd(),
+                                        inject(FAIL_DELETE_SESSION), delete(), crash(),
+                                        inject(0)]
+    seeds["failed_frees"] = [create(), alloc(), cmdbuf(), create_cmd(), import_(),
+                             inject(FAIL_MEM_FREE | FAIL_CMDBUF_FREE | FAIL_DELETE_CMD |
+                                    FAIL_UNIMPORT),
+                             free(), cmdbuf_free(), delete_cmd(), unimport(memory=SECOND),
+                             inject(0), delete()]
+    seeds["shared_memory"] = [create(), alloc(mem_type=1), free(), alloc(mem_type=1, variant=1),
+                              create(), maintain(0, session=SECOND), delete(), delete(SECOND)]
+    seeds["imports"] = [create(), import_(), unimport(), import_(kind=PIPE_R),
+                        import_(kind=MEMFD_SEALED, variant=1), import_(kind=MEMFD_LARGE,
+                                                                       size=SZ_1M, variant=2),
+                        import_(with_fd=False), import_(kind=DEVNULL), delete()]
+    seeds["descriptor_query_fails"] = [create(), inject(FAIL_MEM_INFO), alloc(), cmdbuf(),
+                                       import_(), inject(0), delete()]
+    seeds["fence_handles_unknown_command"] = [create(), run_fence_handles((0, 1),
+                                                                          command=small(5))]
+    seeds["dependencies"] = [create(), alloc(), alloc(), cmdbuf(), cmdbuf(),
+                             program(FIRST, [("fill", FIRST, 16)]),
+                             program(SECOND, [("copy", FIRST, 16)]), create_cmd(), create_cmd(),
+                             create_sub(), create_sub(), add_buf(sub=FIRST, buffer=FIRST),
+                             add_buf(sub=SECOND, buffer=SECOND), edge(FIRST, SECOND),
+                             pack(FIRST, SECOND), tightly(FIRST, SECOND, FIRST), build(), run(RUN),
+                             delete()]
+    seeds["parameters"] = [create(), create_cmd(), create_sub(), set_param(0), set_param(1),
+                           set_param(2, kind=2, value=50), set_param(3, kind=1, value=0)]
+    seeds["queries"] = [create(), query(0, kind=1), query(0, kind=4), query(1), query(1, type_index=5),
+                        query(2), query(2, type_index=6)]
+    seeds["stale_ids"] = [create(), alloc(), cmdbuf(), create_cmd(), create_sub(), delete(),
+                          free(), cmdbuf_free(), run(RUN), build(), maintain(4), add_buf(),
+                          delete_cmd()]
+    seeds["typed_run_fails"] = runnable() + [inject(FAIL_RUN_TYPED), run(RUN_TYPED), inject(0),
+                                             delete()]
+    seeds["bad_program"] = [create(), alloc(), cmdbuf(), raw_program(data=b"DRPG" + b"\x01" * 20),
+                            create_cmd(), create_sub(), add_buf(), build(), run(RUN), delete()]
+    seeds["allocation_shapes"] = [create(), alloc(size=SZ_0), alloc(size=SZ_1, align_shift=12),
+                                  alloc(size=size_sel(6, 0xFFFFFFFF)), alloc(mem_type=0xF5),
+                                  alloc(size=SZ_64K, variant=2), cmdbuf(size=SZ_64, named=True),
+                                  delete()]
+    seeds["memory_maintenance"] = [create(), alloc(), maintain(0), maintain(1), maintain(2, kind=3),
+                                   maintain(3, kind=2), maintain(4), delete()]
+    seeds["fences"] = runnable() + [run_fence(0), run_fence(1), run_fence(2),
+                                    run_fence_handles((1, 0)), run_fence_handles(()), delete()]
+    seeds["command_deleted_during_use"] = runnable() + [run(RUN_ASYNC), delete_cmd(), run(WAIT),
+                                                        delete()]
+    seeds["buffer_freed_before_run"] = runnable() + [cmdbuf_free(), run(RUN), delete()]
+    return {name: b"".join(calls) for name, calls in seeds.items()}
+
+
 def write(fuzzer, seeds):
     directory = os.path.join(ROOT, fuzzer)
     os.makedirs(directory, exist_ok=True)
@@ -249,6 +508,7 @@ def write(fuzzer, seeds):
 
 def main():
     write("service_transaction_fuzzer", transaction_seeds())
+    write("call_sequence_fuzzer", sequence_seeds())
     return 0
 
 
