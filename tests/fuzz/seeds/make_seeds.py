@@ -495,6 +495,87 @@ def sequence_seeds():
     return {name: b"".join(calls) for name, calls in seeds.items()}
 
 
+# ---- frame decoder fuzzer (FrameDecoderFuzzer.cpp) ----
+MAGIC = 0x31574254
+HELLO, TRANSACTION, REPLY, LOOKUP, ACQUIRE, RELEASE, DUMP = range(1, 8)
+
+
+def header(kind, descriptors=0, code=0, flags=0, target=0, objects=0, data=0, magic=MAGIC):
+    return struct.pack("<IHHIIQII", magic, kind, descriptors, code, flags, target, objects, data)
+
+
+def wire_object(offset, kind, ident=0, endpoint=b""):
+    return struct.pack("<IIQ", offset, kind, ident) + endpoint.ljust(48, b"\0")[:48]
+
+
+def raw_frames(data, descriptor_kinds=(), chunks=1, descriptors_with=0):
+    """Mode raw: bytes as they are (no header written by the fuzzer)."""
+    return (u8(1) + u8(len(descriptor_kinds)) + b"".join(u8(k) for k in descriptor_kinds) +
+            u8(chunks - 1) + u8(descriptors_with) + u8(1) + data)
+
+
+def round_trip(kind, code, flags, target, data, objects, descriptor_kinds):
+    out = u8(0) + u8(kind - 1) + u32(code) + u32(flags) + u64(target)
+    out += struct.pack("<H", len(data)) + data + u8(len(objects))
+    for offset, kind_, ident, endpoint in objects:
+        out += struct.pack("<H", offset) + u8(kind_) + u64(ident) + u8(len(endpoint)) + endpoint
+    return out + u8(len(descriptor_kinds)) + b"".join(u8(k) for k in descriptor_kinds)
+
+
+def frame_seeds():
+    endpoint = b"p1234-0123456789abcdef"
+    hello = header(HELLO, data=len(endpoint)) + endpoint
+    request = bytes(16)
+    transaction = (header(TRANSACTION, descriptors=1, code=1, target=7, objects=2,
+                          data=len(request)) + wire_object(4, 1) +
+                   wire_object(8, 2, 3, endpoint) + request)
+    seeds = {
+        "hello": raw_frames(hello),
+        "hello_then_transaction": raw_frames(hello + transaction, [MEMFD_PAGE], chunks=2,
+                                             descriptors_with=1),
+        "transaction_with_descriptor": raw_frames(transaction, [EVENTFD]),
+        "transaction_descriptor_missing": raw_frames(transaction),
+        "transaction_extra_descriptors": raw_frames(transaction, [EVENTFD, PIPE_R, MEMFD_SMALL]),
+        "reply": raw_frames(header(REPLY, code=0xFFFFFFEA, data=8) + bytes(8)),
+        "release": raw_frames(header(RELEASE, code=3, target=9)),
+        "lookup": raw_frames(header(LOOKUP, data=7) + b"default" + b"\0"),
+        "dump": raw_frames(header(DUMP, target=1, data=12) + bytes(12)),
+        "acquire": raw_frames(header(ACQUIRE, target=2)),
+        "bad_magic": raw_frames(header(HELLO, magic=0x12345678)),
+        "kind_0": raw_frames(header(0)),
+        "kind_8": raw_frames(header(8)),
+        "data_over_limit": raw_frames(header(REPLY, data=4 * 1024 * 1024 + 1)),
+        "objects_over_limit": raw_frames(header(REPLY, objects=1025)),
+        "descriptors_over_limit": raw_frames(header(REPLY, descriptors=65)),
+        "too_many_descriptors_sent": raw_frames(header(REPLY, descriptors=64, objects=0),
+                                                [EVENTFD] * 70),
+        "truncated_header": raw_frames(header(REPLY)[:20]),
+        "truncated_data": raw_frames(header(REPLY, data=100) + bytes(10)),
+        "object_outside_data": raw_frames(header(REPLY, objects=1, data=4) +
+                                          wire_object(4, 2, 1, endpoint) + bytes(4)),
+        "objects_overlapping": raw_frames(header(REPLY, objects=2, data=8) +
+                                          wire_object(4, 2, 1, endpoint) +
+                                          wire_object(4, 2, 1, endpoint) + bytes(8)),
+        "object_misaligned": raw_frames(header(REPLY, objects=1, data=8) +
+                                        wire_object(2, 2, 1, endpoint) + bytes(8)),
+        "endpoint_unterminated": raw_frames(header(REPLY, objects=1, data=8) +
+                                            wire_object(0, 2, 1, b"x" * 48) + bytes(8)),
+        "unknown_object_kind": raw_frames(header(REPLY, objects=1, data=8) +
+                                          wire_object(0, 9) + bytes(8)),
+        "descriptors_on_later_chunk": raw_frames(transaction, [MEMFD_PAGE], chunks=3,
+                                                 descriptors_with=2),
+        "round_trip_transaction": round_trip(TRANSACTION, 3, 1, 42, bytes(12),
+                                             [(0, 1, 0, b""), (4, 2, 5, endpoint)], [EVENTFD]),
+        "round_trip_reply": round_trip(REPLY, 0, 0, 0, b"abcd" * 4, [], []),
+        "round_trip_bad_objects": round_trip(DUMP, 0, 0, 1, bytes(8), [(6, 1, 0, b"")],
+                                             [PIPE_W]),
+    }
+    # The fuzzer writes a well-formed header when asked: mode raw with header flag 0.
+    seeds["written_header"] = u8(1) + u8(1) + u8(EVENTFD) + u8(0) + u8(0) + u8(0) + u8(
+        TRANSACTION - 1) + u8(1) + struct.pack("<H", 8) + wire_object(0, 1) + bytes(8)
+    return seeds
+
+
 def write(fuzzer, seeds):
     directory = os.path.join(ROOT, fuzzer)
     os.makedirs(directory, exist_ok=True)
@@ -509,6 +590,7 @@ def write(fuzzer, seeds):
 def main():
     write("service_transaction_fuzzer", transaction_seeds())
     write("call_sequence_fuzzer", sequence_seeds())
+    write("frame_decoder_fuzzer", frame_seeds())
     return 0
 
 
