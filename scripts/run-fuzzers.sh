@@ -21,9 +21,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 scripts/install-dependencies.sh
 
-fuzzers=(service_transaction_fuzzer)
-if [[ -f tests/fuzz/sequence/CallSequenceFuzzer.cpp ]]; then fuzzers+=(call_sequence_fuzzer); fi
-if [[ -f tests/fuzz/frame/FrameDecoderFuzzer.cpp ]]; then fuzzers+=(frame_decoder_fuzzer); fi
+fuzzers=(service_transaction_fuzzer call_sequence_fuzzer frame_decoder_fuzzer)
 
 cmake --preset fuzz
 cmake --build --preset fuzz --target "${fuzzers[@]}"
