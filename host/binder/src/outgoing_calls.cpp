@@ -4,7 +4,10 @@
 
 #include <chrono>
 #include <map>
+#include <memory>
+#include <mutex>
 
+#include "kept_connections.h"
 #include "log.h"
 #include "parcel.h"
 #include "parcel_wire.h"
@@ -53,7 +56,11 @@ binder_status_t receiveReply(int connection, const std::string& peer, Frame* rep
 }  // namespace
 
 binder_status_t callProcess(const std::string& endpoint, Frame* request, Frame* reply) {
-    thread_local std::map<std::string, ndk::ScopedFileDescriptor> connections;
+    thread_local std::map<std::string, std::shared_ptr<KeptConnection>> connections;
+    // Connections that the death of their process closed go first.
+    for (auto kept = connections.begin(); kept != connections.end();) {
+        kept = kept->second->forgotten ? connections.erase(kept) : std::next(kept);
+    }
     auto cached = connections.find(endpoint);
     for (;;) {
         // A kept connection may have been closed by the other side meanwhile: a fresh one is
@@ -63,15 +70,25 @@ binder_status_t callProcess(const std::string& endpoint, Frame* request, Frame* 
             bool absent = false;
             ndk::ScopedFileDescriptor connection = connectAndGreet(endpointPath(endpoint), &absent);
             if (connection.get() < 0) return STATUS_DEAD_OBJECT;
-            cached = connections.emplace(endpoint, std::move(connection)).first;
+            auto kept = std::make_shared<KeptConnection>();
+            kept->fd = std::move(connection);
+            KeptConnections::processConnections().keep(endpoint, kept);
+            cached = connections.emplace(endpoint, std::move(kept)).first;
         }
+        KeptConnection& connection = *cached->second;
+        std::unique_lock<std::mutex> in_use(connection.lock);
         std::string error;
-        if (sendFrame(cached->second.get(), request, &error)) {
-            if (reply == nullptr) return STATUS_OK;
-            const binder_status_t status = receiveReply(cached->second.get(), endpoint, reply);
-            if (status != STATUS_OK) connections.erase(cached);
+        if (sendFrame(connection.fd.get(), request, &error)) {
+            const binder_status_t status =
+                    reply == nullptr ? STATUS_OK
+                                     : receiveReply(connection.fd.get(), endpoint, reply);
+            // The process died meanwhile: nobody else closes this one.
+            if (connection.forgotten) connection.fd.set(-1);
+            in_use.unlock();
+            if (status != STATUS_OK || connection.forgotten) connections.erase(cached);
             return status;
         }
+        in_use.unlock();
         connections.erase(cached);
         cached = connections.end();
         if (fresh) {

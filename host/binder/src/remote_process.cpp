@@ -12,6 +12,7 @@
 #include "death_watcher.h"
 #include "export_table.h"
 #include "frame_codec.h"
+#include "kept_connections.h"
 #include "log.h"
 #include "process_endpoint.h"
 #include "proxy_table.h"
@@ -115,6 +116,7 @@ void RemoteProcess::died() {
         static_cast<RemoteBinder*>(proxy.get())->notifyDied();
     }
     ExportTable::processTable().dropHolder(endpoint_);
+    KeptConnections::processConnections().forget(endpoint_);
 }
 
 }  // namespace host_binder
