@@ -13,6 +13,8 @@
 #include <sstream>
 #include <string>
 
+#include "SoakRoutine.h"
+
 namespace {
 
 using namespace aidl::vendor::korvane::hardware::tessaro::dravik;
@@ -102,8 +104,9 @@ std::string runTypedAndStall(ITovanDravik& service, int64_t id, int64_t millisec
     return "ret " + std::to_string(ret);
 }
 
-std::string carryOut(ITovanDravik& service, const std::shared_ptr<Callback>& callback,
-                     const std::string& line) {
+std::string carryOut(const std::shared_ptr<ITovanDravik>& shared_service,
+                     const std::shared_ptr<Callback>& callback, const std::string& line) {
+    ITovanDravik& service = *shared_service;
     std::istringstream words(line);
     std::string command;
     int64_t argument = 0;
@@ -132,6 +135,12 @@ std::string carryOut(ITovanDravik& service, const std::shared_ptr<Callback>& cal
         return "ret " + std::to_string(ret);
     }
     if (command == "share") return shareMemory(service, argument);
+    if (command == "soak") {
+        int64_t steps = 0;
+        words >> steps;
+        return "done " +
+               std::to_string(e2e::soak(shared_service, static_cast<uint64_t>(argument), steps));
+    }
     if (command == "typedrun") {
         int64_t milliseconds = 0;
         words >> milliseconds;
@@ -160,7 +169,7 @@ int main() {
     std::cout << "ready " << getpid() << std::endl;
     std::string line;
     while (std::getline(std::cin, line) && line != "exit") {
-        std::cout << carryOut(*service, callback, line) << std::endl;
+        std::cout << carryOut(service, callback, line) << std::endl;
     }
     return 0;
 }
