@@ -2,6 +2,7 @@
 // information, the number of devices of a type, and a type's metadata block.
 #include <alloca.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 
 #include <cstring>
 
@@ -15,6 +16,16 @@ namespace aidl::vendor::korvane::hardware::tessaro::dravik {
 namespace {
 constexpr int32_t kInfoKindMetadataSize = 1;
 constexpr size_t kScratchAlignment = 16;
+
+// Whether a regular file behind fd holds at least length bytes. A client's file that is shorter
+// than the block would fault the copy into its mapping instead of failing the mapping, so it is
+// refused as a mapping that cannot be made. Anything but a regular file (a device's shared-memory
+// region) is left to mmap to judge.
+bool fileHolds(int fd, int64_t length) {
+    struct stat status {};
+    if (fstat(fd, &status) != 0) return false;
+    return !S_ISREG(status.st_mode) || status.st_size >= length;
+}
 }  // namespace
 
 ndk::ScopedAStatus TovanDravik::session_queryInfo(int64_t in_dravik_id, int32_t in_kind,
@@ -87,8 +98,9 @@ ndk::ScopedAStatus TovanDravik::session_queryDeviceMetaData(int64_t in_dravik_id
         return ndk::ScopedAStatus::ok();
     }
     const int fd = in_metadata.fd.get();
-    void* mapping =
-            mmap(nullptr, static_cast<size_t>(length), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    void* mapping = fileHolds(fd, length) ? mmap(nullptr, static_cast<size_t>(length),
+                                                 PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
+                                          : MAP_FAILED;
     if (mapping == MAP_FAILED || mapping == nullptr) {
         DRAVIK_LOGE("session_queryDeviceMetaData mmap failed!");
         *_aidl_return = -1;

@@ -220,10 +220,16 @@ TEST_F(DeviceQueryTest, MetadataFailuresSayWhere) {
     region.fd.set(dup(read_end.get()));
     ASSERT_TRUE(service_->session_queryDeviceMetaData(id, 2, region, &ret).isOk());
     EXPECT_EQ(ret, -1);
+
+    // A file that claims the right size but is empty: mapped, the copy would fault the service.
+    region.fd.set(memfd_create("empty", MFD_CLOEXEC));
+    ASSERT_TRUE(service_->session_queryDeviceMetaData(id, 2, region, &ret).isOk());
+    EXPECT_EQ(ret, -1);
     EXPECT_EQ(logTexts(), (std::vector<std::string>{
                                   "getDravikSession fail",
                                   "session_queryDeviceMetaData failed due to session is nullptr",
                                   "session_queryDeviceMetaData failed!",
+                                  "session_queryDeviceMetaData mmap failed!",
                                   "session_queryDeviceMetaData mmap failed!"}));
 }
 
