@@ -91,7 +91,8 @@ ndk::ScopedAStatus TovanDravik::session_memSetParamViaHostPtr(int64_t in_dravik_
 }
 
 // Each call hands the client a new duplicate of the driver's descriptor. A failure hands it
-// descriptor 0, not an empty holder: clients have always been given that.
+// descriptor 0, not an empty holder: clients have always been given that. The reply's holder then
+// closes this process's descriptor 0 once the reply is written; that too is kept deliberately.
 ndk::ScopedAStatus TovanDravik::session_memGetFdFromHostPtr(
         int64_t in_dravik_id, int64_t in_mem_id, int32_t in_type,
         ndk::ScopedFileDescriptor* _aidl_return) {

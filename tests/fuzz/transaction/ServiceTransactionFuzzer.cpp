@@ -10,11 +10,14 @@
 // service's dump must show nothing filed. Every descriptor opened during the input must be closed
 // again, except the input fence of a fenced run on an unknown command, which the service
 // deliberately leaves open (command/FencedRun.cpp): those are recognised by the file they name
-// and closed here.
+// and closed here. A descriptor query that fails answers descriptor 0, which the stub's holder
+// closes after the reply, as on the device: the process's descriptor 0 is deliberately lost
+// then, so it is opened again on /dev/null after each such call.
 #include <FakeDriver.h>
 #include <aidl/vendor/korvane/hardware/tessaro/dravik/BnTovanDravikCallback.h>
 #include <aidl/vendor/korvane/hardware/tessaro/dravik/ITovanDravik.h>
 #include <android/binder_parcel.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -55,6 +58,13 @@ bool tracing() {
 
 bool isEventfd(int fd) {
     return tessaro_fuzz::describeDescriptor(fd).find("anon_inode:[eventfd]") != std::string::npos;
+}
+
+// Descriptor 0 on /dev/null again, if a failed descriptor query closed it.
+void reopenDescriptorZero() {
+    if (fcntl(0, F_GETFD) >= 0) return;
+    const int fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (fd != 0) finding("descriptor 0 could not be opened again", std::to_string(fd));
 }
 
 class Exchange {
@@ -111,6 +121,9 @@ class Exchange {
         const binder_status_t status = AIBinder_transact(binder_.get(), request.code, &raw_request,
                                                          reply.getR(), request.flags);
         if (raw_request != nullptr) finding("the request was not consumed", what);
+        if (request.code == ITovanDravik::TRANSACTION_session_memGetFdFromHostPtr) {
+            reopenDescriptorZero();
+        }
         judge(request, status, reply.get(), what);
     }
 
@@ -197,6 +210,10 @@ class Exchange {
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     // Debug logging on, so its lines are formatted (and checked) too.
     DEBUG_LOG_DRAVIK = 1;
+    // Descriptor 0 is the one a failed descriptor query closes: the same file before every input.
+    const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (null_device < 0 || dup3(null_device, 0, O_CLOEXEC) != 0) finding("no /dev/null");
+    if (null_device != 0) close(null_device);
     // The fake's shared memfd lives for the whole process; open it before the first snapshot.
     fake_driver::sharedMemoryDescriptor();
     return 0;
