@@ -81,6 +81,9 @@ TEST_F(DependencyRunTest, AChainAndADiamondGiveTheirResultsOnEveryKindOfRun) {
     ASSERT_TRUE(pollsReadable(diamond_fence, -1));
     close(chain_fence);
     close(diamond_fence);
+    // A signalled fence says the run is over; its status says how it went.
+    EXPECT_EQ(dravikCmd_getRunInfo(chained.command, DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS), 0);
+    EXPECT_EQ(dravikCmd_getRunInfo(diamond.command, DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS), 0);
     expectResults("runFence");
 
     for (dravik_subcmd* sub_command : diamond.sub_commands) {

@@ -116,9 +116,10 @@ TEST(CrashSoakTest, KilledClientsLeaveNothingBehind) {
 
     // Each death is cleaned up after at most one gate wait per session.
     ASSERT_TRUE(
-            eventually([&] { return sameCounts(liveCounts(), before); }, std::chrono::seconds(60)))
+            eventually([&] { return sameCounts(liveCounts(), before); }, std::chrono::seconds(20)))
             << "sessions left: " << liveCounts().sessions - before.sessions
-            << ", memory: " << liveCounts().memory_objects - before.memory_objects;
+            << ", memory: " << liveCounts().memory_objects - before.memory_objects << "\n"
+            << serviceDump();
     EXPECT_TRUE(eventually([&] { return openDescriptors() == descriptors_before; }))
             << openDescriptors() << " descriptors open, " << descriptors_before
             << " at the start:\n"
@@ -137,9 +138,15 @@ TEST(CrashSoakTest, KilledClientsLeaveNothingBehind) {
     ASSERT_TRUE(reply && reply->rfind("session ", 0) == 0) << reply.value_or("no reply");
     EXPECT_EQ(last->ask("delete " + reply->substr(8)), "ret 0");
 
-    std::printf("soak: %d clients, %d killed, %lld calls, %d descriptors at start and end\n",
-                kRounds * (kKilledPerRound + 1), kills, static_cast<long long>(calls),
-                descriptors_before);
+    size_t released = 0;
+    for (const auto& line : platform_recorder::logLines()) {
+        if (line.text.rfind("releaseCrashClient delete session:", 0) == 0) ++released;
+    }
+    std::printf(
+            "soak: %d clients, %d killed, %lld calls, %zu sessions released after deaths, %d "
+            "descriptors at start and end\n",
+            kRounds * (kKilledPerRound + 1), kills, static_cast<long long>(calls), released,
+            descriptors_before);
 }
 
 }  // namespace

@@ -67,7 +67,10 @@ TEST_F(DaemonTest, TheClientSaysSoWhenNoServiceRuns) {
 }
 
 TEST_F(DaemonTest, ClientsAreServedUntilTheDaemonIsStopped) {
-    ClientProcess daemon(program("tessaro_dravik_daemon"), {"--properties", properties_});
+    // The library by its path: a sanitizer's runtime may stand between the daemon and the loader,
+    // and then a bare name is not looked up in the daemon's own library path.
+    ClientProcess daemon(program("tessaro_dravik_daemon"),
+                         {"--properties", properties_, "--library", TESSARO_SERVICE_LIBRARY});
     ProgramResult dump;
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     do {

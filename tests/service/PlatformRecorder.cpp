@@ -23,9 +23,10 @@ struct State {
     uint64_t trace_tags = 0;
 };
 
+// Never destroyed: binder pool threads may still log while the process exits.
 State& state() {
-    static State instance;
-    return instance;
+    static auto* instance = new State;
+    return *instance;
 }
 
 template <typename Function>
