@@ -16,6 +16,7 @@
 #include "log.h"
 #include "parcel.h"
 #include "parcel_wire.h"
+#include "peer_connections.h"
 #include "service_directory.h"
 #include "service_table.h"
 #include "thread_pool.h"
@@ -36,6 +37,12 @@ class IncomingConnection {
 
     void run() {
         if (!greeted()) return;
+        PeerConnections::processConnections().opened(endpoint_);
+        // Counted until every call read from it has run: see peer_connections.h.
+        struct Closer {
+            const std::string& endpoint;
+            ~Closer() { PeerConnections::processConnections().closed(endpoint); }
+        } closer{endpoint_};
         for (;;) {
             Frame frame;
             std::string error;

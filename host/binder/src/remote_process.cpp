@@ -14,6 +14,7 @@
 #include "frame_codec.h"
 #include "kept_connections.h"
 #include "log.h"
+#include "peer_connections.h"
 #include "process_endpoint.h"
 #include "proxy_table.h"
 #include "remote_binder.h"
@@ -112,6 +113,12 @@ void RemoteProcess::died() {
         if (dead_) return;
         dead_ = true;
     }
+    // The calls it sent before it died run first (peer_connections.h).
+    std::shared_ptr<RemoteProcess> self = shared_from_this();
+    PeerConnections::processConnections().whenAllClosed(endpoint_, [self] { self->reportDeath(); });
+}
+
+void RemoteProcess::reportDeath() {
     for (const ndk::SpAIBinder& proxy : ProxyTable::processTable().proxiesOf(endpoint_)) {
         static_cast<RemoteBinder*>(proxy.get())->notifyDied();
     }

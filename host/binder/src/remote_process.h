@@ -1,8 +1,8 @@
 // What this process knows of another one, by endpoint name: whether it still runs. The first
 // look-up of an endpoint connects to it once, takes its pid from the socket's credentials and
 // watches a pidfd of that pid, so that the process's death, not the end of one connection, is
-// what counts. When it dies, the runtime tells the death recipients of its proxies and drops
-// the references it held to this process's binders.
+// what counts. When it dies, and once every call it sent here has run, the runtime tells the
+// death recipients of its proxies and drops the references it held to this process's binders.
 #pragma once
 
 #include <functional>
@@ -28,7 +28,10 @@ class RemoteProcess : public std::enable_shared_from_this<RemoteProcess> {
   private:
     // Connects once and starts watching; a process that cannot be reached is dead.
     void startWatching();
+    // Marks the process dead, then reports it once its connections here have ended.
     void died();
+    // Tells the death recipients of its proxies and drops what it held.
+    void reportDeath();
 
     const std::string endpoint_;
     mutable std::mutex lock_;
