@@ -9,13 +9,6 @@
 namespace e2e {
 namespace {
 
-bool sameCounts(const dravik_reference_live_counts& left,
-                const dravik_reference_live_counts& right) {
-    return left.sessions == right.sessions && left.memory_objects == right.memory_objects &&
-           left.command_buffers == right.command_buffers && left.commands == right.commands &&
-           left.sub_commands == right.sub_commands;
-}
-
 std::string answer(const char* kind, binder_status_t status) {
     return std::string(kind) + " " + std::to_string(status);
 }

@@ -12,13 +12,6 @@
 namespace e2e {
 namespace {
 
-bool sameCounts(const dravik_reference_live_counts& left,
-                const dravik_reference_live_counts& right) {
-    return left.sessions == right.sessions && left.memory_objects == right.memory_objects &&
-           left.command_buffers == right.command_buffers && left.commands == right.commands &&
-           left.sub_commands == right.sub_commands;
-}
-
 // A client that has announced itself, with its callback registered.
 std::unique_ptr<ClientProcess> startClient() {
     auto client = std::make_unique<ClientProcess>(testClientPath(), std::vector<std::string>{});

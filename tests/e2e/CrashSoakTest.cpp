@@ -47,13 +47,6 @@ std::string describeDescriptors() {
     return text;
 }
 
-bool sameCounts(const dravik_reference_live_counts& left,
-                const dravik_reference_live_counts& right) {
-    return left.sessions == right.sessions && left.memory_objects == right.memory_objects &&
-           left.command_buffers == right.command_buffers && left.commands == right.commands &&
-           left.sub_commands == right.sub_commands;
-}
-
 std::unique_ptr<ClientProcess> startClient(bool with_callback) {
     auto client = std::make_unique<ClientProcess>(testClientPath(), std::vector<std::string>{});
     EXPECT_TRUE(client->readLine().has_value());

@@ -71,6 +71,13 @@ dravik_reference_live_counts liveCounts() {
     return counts;
 }
 
+bool sameCounts(const dravik_reference_live_counts& left,
+                const dravik_reference_live_counts& right) {
+    return left.sessions == right.sessions && left.memory_objects == right.memory_objects &&
+           left.command_buffers == right.command_buffers && left.commands == right.commands &&
+           left.sub_commands == right.sub_commands;
+}
+
 std::string testClientPath() {
     return TESSARO_TEST_CLIENT;
 }

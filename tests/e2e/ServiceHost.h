@@ -22,6 +22,8 @@ std::shared_ptr<TovanDravik> hostedService();
 std::string serviceDump();
 
 dravik_reference_live_counts liveCounts();
+bool sameCounts(const dravik_reference_live_counts& left,
+                const dravik_reference_live_counts& right);
 
 // The test client program.
 std::string testClientPath();

@@ -53,6 +53,26 @@ class PerceptronTest : public ::testing::Test {
         EXPECT_EQ(after.commands, before_.commands);
     }
 
+    // A built command of one sub-command whose command buffer holds program; the buffer stays
+    // mapped in *mapping so that the test can write another program.
+    void buildOneSubCommand(const dravik_reference::Program& program, int64_t* session,
+                            int64_t* command, tessaro_workload::MappedMemory* mapping) {
+        ASSERT_TRUE(proxy_->session_createInstance(session).isOk());
+        DRAVIK_CMDBUF_INFO_HD buffer;
+        ASSERT_TRUE(proxy_->session_cmdBufAlloc(*session, 256, 0, &buffer).isOk());
+        int64_t sub_command = 0;
+        ASSERT_TRUE(proxy_->session_createCmd(*session, command).isOk());
+        ASSERT_TRUE(proxy_->cmd_createSubcmd(*session, *command, 2, &sub_command).isOk());
+        *mapping = tessaro_workload::MappedMemory(buffer.fds[0], 256);
+        ASSERT_TRUE(program.copyTo(mapping->as<void>(), mapping->size()));
+        int32_t ret = 0;
+        ASSERT_TRUE(
+                proxy_->subCmd_addCmdBuf(*session, sub_command, buffer.cmd_buf_id, 0, &ret).isOk());
+        ASSERT_EQ(ret, 0);
+        ASSERT_TRUE(proxy_->cmd_build(*session, *command, &ret).isOk());
+        ASSERT_EQ(ret, 0);
+    }
+
     ndk::SpAIBinder binder_;
     std::shared_ptr<ITovanDravik> proxy_;
     std::shared_ptr<TovanDravik> service_;
@@ -92,27 +112,14 @@ TEST_F(PerceptronTest, EveryRunStyleAnswersAsTheCpuDoes) {
 // A perceptron whose second layer reads a buffer of another session fails its run, with the
 // driver's errno logged, and the session stays usable.
 TEST_F(PerceptronTest, ABadProgramFailsTheRunAndLosesNothing) {
-    int64_t session = 0;
-    ASSERT_TRUE(proxy_->session_createInstance(&session).isOk());
-    DRAVIK_CMDBUF_INFO_HD buffer;
-    ASSERT_TRUE(proxy_->session_cmdBufAlloc(session, 256, 0, &buffer).isOk());
-    int64_t command = 0;
-    int64_t sub_command = 0;
-    ASSERT_TRUE(proxy_->session_createCmd(session, &command).isOk());
-    ASSERT_TRUE(proxy_->cmd_createSubcmd(session, command, 2, &sub_command).isOk());
-    int32_t ret = 0;
-    ASSERT_TRUE(proxy_->subCmd_addCmdBuf(session, sub_command, buffer.cmd_buf_id, 0, &ret).isOk());
-    ASSERT_EQ(ret, 0);
-    ASSERT_TRUE(proxy_->cmd_build(session, command, &ret).isOk());
-    ASSERT_EQ(ret, 0);
-
     // A program that fills memory nobody allocated.
     dravik_reference::Program program;
     program.fill(DRAVIK_REFERENCE_DEVICE_ADDRESS_LIMIT - 64, 1.0f, 4);
-    {
-        tessaro_workload::MappedMemory mapping(buffer.fds[0], 256);
-        ASSERT_TRUE(program.copyTo(mapping.as<void>(), mapping.size()));
-    }
+    int64_t session = 0;
+    int64_t command = 0;
+    tessaro_workload::MappedMemory mapping;
+    ASSERT_NO_FATAL_FAILURE(buildOneSubCommand(program, &session, &command, &mapping));
+    int32_t ret = 0;
     ASSERT_TRUE(proxy_->cmd_run(session, command, &ret).isOk());
     EXPECT_EQ(ret, -1);
     EXPECT_EQ(platform_recorder::logLinesWithText("dravikCmd_run failed errno(14/Bad address)")
@@ -121,10 +128,7 @@ TEST_F(PerceptronTest, ABadProgramFailsTheRunAndLosesNothing) {
 
     // The same command with a sound program runs.
     program.clear();
-    {
-        tessaro_workload::MappedMemory mapping(buffer.fds[0], 256);
-        ASSERT_TRUE(program.copyTo(mapping.as<void>(), mapping.size()));
-    }
+    ASSERT_TRUE(program.copyTo(mapping.as<void>(), mapping.size()));
     ASSERT_TRUE(proxy_->cmd_run(session, command, &ret).isOk());
     EXPECT_EQ(ret, 0);
     ASSERT_TRUE(proxy_->session_deleteInstance(session, &ret).isOk());
@@ -132,24 +136,13 @@ TEST_F(PerceptronTest, ABadProgramFailsTheRunAndLosesNothing) {
 }
 
 TEST_F(PerceptronTest, DeletingASessionWaitsForItsTypedRun) {
+    dravik_reference::Program program;
+    program.wait(300'000'000);
     int64_t session = 0;
-    ASSERT_TRUE(proxy_->session_createInstance(&session).isOk());
-    DRAVIK_CMDBUF_INFO_HD buffer;
-    ASSERT_TRUE(proxy_->session_cmdBufAlloc(session, 256, 0, &buffer).isOk());
     int64_t command = 0;
-    int64_t sub_command = 0;
+    tessaro_workload::MappedMemory mapping;
+    ASSERT_NO_FATAL_FAILURE(buildOneSubCommand(program, &session, &command, &mapping));
     int32_t ret = 0;
-    ASSERT_TRUE(proxy_->session_createCmd(session, &command).isOk());
-    ASSERT_TRUE(proxy_->cmd_createSubcmd(session, command, 4, &sub_command).isOk());
-    {
-        dravik_reference::Program program;
-        program.wait(300'000'000);
-        tessaro_workload::MappedMemory mapping(buffer.fds[0], 256);
-        ASSERT_TRUE(program.copyTo(mapping.as<void>(), mapping.size()));
-    }
-    ASSERT_TRUE(proxy_->subCmd_addCmdBuf(session, sub_command, buffer.cmd_buf_id, 0, &ret).isOk());
-    ASSERT_TRUE(proxy_->cmd_build(session, command, &ret).isOk());
-    ASSERT_EQ(ret, 0);
 
     std::atomic<int32_t> run_result{-100};
     std::thread runner([&] {

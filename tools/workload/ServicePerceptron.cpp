@@ -269,16 +269,20 @@ bool ServicePerceptron::runFenced(std::string* error) {
         return false;
     }
     const ndk::ScopedFileDescriptor owned(fence);
-    if (!awaitFence(owned.get(), error)) return false;
+    return awaitFence(owned.get(), error) && fencedRunSucceeded(error);
+}
+
+// A signalled fence says the run is over; its status in the run information says how it went.
+bool ServicePerceptron::fencedRunSucceeded(std::string* error) {
     int64_t status = 0;
-    if (failed("cmd_getRunInfo",
-               service_->cmd_getRunInfo(session_id_, command_id_,
-                                        DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS, &status),
-               status, error)) {
-        *error = "the fenced run failed: " + *error;
-        return false;
+    if (!failed("cmd_getRunInfo",
+                service_->cmd_getRunInfo(session_id_, command_id_,
+                                         DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS, &status),
+                status, error)) {
+        return true;
     }
-    return true;
+    *error = "the fenced run failed: " + *error;
+    return false;
 }
 
 bool ServicePerceptron::runFencedWithHandles(std::string* error) {
@@ -295,15 +299,7 @@ bool ServicePerceptron::runFencedWithHandles(std::string* error) {
                  std::to_string(output.fds.size()) + " descriptors";
         return false;
     }
-    if (!awaitFence(output.fds[0].get(), error)) return false;
-    int64_t status = 0;
-    if (failed("cmd_getRunInfo",
-               service_->cmd_getRunInfo(session_id_, command_id_,
-                                        DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS, &status),
-               status, error)) {
-        *error = "the fenced run failed: " + *error;
-        return false;
-    }
+    if (!awaitFence(output.fds[0].get(), error) || !fencedRunSucceeded(error)) return false;
     // The device wrote the outputs; make them visible to this side.
     int32_t ret = 0;
     return !failed("session_memInvalidate",

@@ -69,6 +69,7 @@ class ServicePerceptron {
                   std::string* error);
     bool runFenced(std::string* error);
     bool runFencedWithHandles(std::string* error);
+    bool fencedRunSucceeded(std::string* error);
 
     const std::shared_ptr<ITovanDravik> service_;
     const int batch_;
