@@ -1,5 +1,6 @@
 #include "parcel.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -15,6 +16,8 @@ namespace {
 
 constexpr size_t kMaxDataSize = INT32_MAX;
 constexpr size_t kSlotSize = sizeof(ObjectTag);
+// Bytes a parcel reserves on its first write.
+constexpr size_t kInitialCapacity = 256;
 
 bool tagMatches(ObjectTag tag, const ParcelObject& object) {
     return tag == ObjectTag::kFileDescriptor
@@ -37,6 +40,8 @@ binder_status_t AParcel::writePadded(const void* bytes, size_t length, size_t pa
     }
     const size_t end = position_ + padded_length;
     try {
+        // Room for a typical transaction at once, instead of growing through every small size.
+        if (data_.capacity() == 0) data_.reserve(std::max(end, kInitialCapacity));
         if (end > data_.size()) data_.resize(end);
     } catch (const std::bad_alloc&) {
         return STATUS_NO_MEMORY;

@@ -82,12 +82,13 @@ binder_status_t AParcel_writeStatusHeader(AParcel* parcel, const AStatus* status
 binder_status_t AParcel_readStatusHeader(const AParcel* parcel, AStatus** status) {
     if (parcel == nullptr || status == nullptr) return STATUS_UNEXPECTED_NULL;
     const int32_t start = parcel->dataPosition();
-    auto read = std::make_unique<AStatus>();
-    binder_status_t result = readStatus(*parcel, read.get());
+    AStatus read;
+    binder_status_t result = readStatus(*parcel, &read);
     if (result != STATUS_OK) {
         parcel->setDataPosition(start);
         return result;
     }
-    *status = read.release();
+    // Most replies say OK: they share the one OK status (AStatus_newOk).
+    *status = read.exception == EX_NONE ? AStatus_newOk() : new AStatus(std::move(read));
     return STATUS_OK;
 }

@@ -18,8 +18,19 @@ AStatus* newStatusFromException(binder_exception_t exception, const char* messag
 using host_binder::logError;
 using host_binder::newStatusFromException;
 
+namespace {
+
+// Every OK status is this one, never changed and never freed: making and dropping the status of
+// a successful call costs nothing on the path of each transaction.
+AStatus& sharedOk() {
+    static auto* ok = new AStatus;
+    return *ok;
+}
+
+}  // namespace
+
 AStatus* AStatus_newOk() {
-    return new AStatus;
+    return &sharedOk();
 }
 
 AStatus* AStatus_fromExceptionCode(binder_exception_t exception) {
@@ -83,5 +94,5 @@ const char* AStatus_getMessage(const AStatus* status) {
 }
 
 void AStatus_delete(AStatus* status) {
-    delete status;
+    if (status != &sharedOk()) delete status;
 }
