@@ -42,6 +42,15 @@ binder_status_t AParcel::writePadded(const void* bytes, size_t length, size_t pa
     try {
         // Room for a typical transaction at once, instead of growing through every small size.
         if (data_.capacity() == 0) data_.reserve(std::max(end, kInitialCapacity));
+        if (position_ == data_.size()) {
+            // Appending, as nearly every write does: the bytes go straight in, and no object can
+            // lie beyond the end.
+            const auto* first = static_cast<const uint8_t*>(bytes);
+            data_.insert(data_.end(), first, first + length);
+            data_.insert(data_.end(), padded_length - length, uint8_t{0});
+            position_ = end;
+            return STATUS_OK;
+        }
         if (end > data_.size()) data_.resize(end);
     } catch (const std::bad_alloc&) {
         return STATUS_NO_MEMORY;
