@@ -198,5 +198,26 @@ TEST_F(BadProgramTest, MemoryLetGoDuringARunStaysMappedUntilTheRunIsOver) {
     close(file);
 }
 
+// An import whose owner shrinks its file fails the runs that use it, instead of faulting the
+// process when the run touches the missing pages.
+TEST_F(BadProgramTest, AnImportItsOwnerShrankFailsTheRun) {
+    ScopedSession session;
+    const int file = memfd_create("shrunk", MFD_CLOEXEC);
+    ASSERT_GE(file, 0);
+    ASSERT_EQ(ftruncate(file, 8192), 0);
+    dravik_mem* imported = dravikSession_memImport(session.get(), file, 8192);
+    ASSERT_NE(imported, nullptr) << "errno " << errno;
+    using dravik_reference::Program;
+    const ProgramCommand made = makeProgramCommand(
+            session.get(), {Program().fill(deviceAddress(session.get(), imported), 2.0f, 2048)});
+    ASSERT_EQ(dravikCmd_run(made.command), 0) << "errno " << errno;
+    ASSERT_EQ(ftruncate(file, 0), 0);
+    EXPECT_EQ(errnoOfFailure(dravikCmd_run(made.command)), EFAULT);
+    ASSERT_EQ(ftruncate(file, 8192), 0);
+    EXPECT_EQ(dravikCmd_run(made.command), 0) << "whole again, it runs";
+    EXPECT_EQ(dravikSession_memUnImport(session.get(), imported), 0);
+    close(file);
+}
+
 }  // namespace
 }  // namespace dravik_test

@@ -39,7 +39,8 @@
  *              address + size wraps around, or a matrix dimension exceeds INT32_MAX.
  *   EFAULT     an operand range is not wholly inside one live memory object of the command's
  *              session: no object there, an object freed, an object of another session, a range
- *              that runs past the end of its object or across two objects. Also, as before, a
+ *              that runs past the end of its object or across two objects, an import whose
+ *              file its owner has since shrunk below the imported size. Also, as before, a
  *              command buffer of the command that was freed.
  * When a run's programs hold several faults, which of them is reported is not defined.
  */

@@ -23,6 +23,7 @@ uint8_t* SessionMemoryMap::resolve(const OperandRange& range) const {
     const uint64_t offset = range.address - object.deviceAddress();
     require(offset < object.size() && range.bytes <= object.size() - offset, EFAULT);
     require(!range.fp32 || offset % sizeof(float) == 0, EINVAL);
+    require(object.fileHoldsMapping(), EFAULT);
     return static_cast<uint8_t*>(object.hostAddress()) + offset;
 }
 

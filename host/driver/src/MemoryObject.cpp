@@ -1,5 +1,7 @@
 #include "MemoryObject.h"
 
+#include <sys/stat.h>
+
 #include <utility>
 
 #include "DriverError.h"
@@ -39,6 +41,13 @@ MemoryObject::MemoryObject(MemoryDescription description, UniqueDescriptor descr
 bool MemoryObject::shareable() const {
     return description_.kind != MemoryKind::kAllocation ||
            description_.mem_type == DRAVIK_REFERENCE_MEM_TYPE_SHAREABLE;
+}
+
+bool MemoryObject::fileHoldsMapping() const {
+    if (description_.kind != MemoryKind::kImport) return true;
+    struct stat status {};
+    if (fstat(descriptor_.get(), &status) != 0) return false;
+    return !S_ISREG(status.st_mode) || static_cast<uint64_t>(status.st_size) >= description_.size;
 }
 
 int64_t MemoryObject::information(int32_t kind) const {

@@ -38,6 +38,10 @@ class MemoryObject {
     uint64_t deviceAddress() const { return device_range_.address(); }
     void* hostAddress() const { return mapping_.address(); }
     bool shareable() const;
+    // Whether the file behind the host mapping still holds all of it. An import's file belongs to
+    // its owner, who may shrink it: touching the mapping past the file's end would fault the
+    // process, so runs check this first. The driver's own files are sealed against shrinking.
+    bool fileHoldsMapping() const;
 
     // dravikSession_memGetInfoFromHostPtr; throws DriverError(EINVAL) for an unknown kind.
     int64_t information(int32_t kind) const;
