@@ -11,7 +11,7 @@
 #include <cstdlib>
 
 #include "DaemonOptions.h"
-#include "ServiceLibrary.h"
+#include "hosting/ServiceLibrary.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
     pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
 
     applyProperties(*options);
-    const tessaro_daemon::ServiceLibrary library(options->library);
+    const tessaro_hosting::ServiceLibrary library(options->library);
     if (!library.loaded()) {
         __android_log_print(ANDROID_LOG_ERROR, kLogTag, "cannot load the service: %s",
                             library.error().c_str());

@@ -3,6 +3,7 @@
 #include <android/binder_manager.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "outgoing_calls.h"
 #include "service_publisher.h"
 #include "service_table.h"
+#include "vintf_manifest.h"
 
 using host_binder::logError;
 using host_binder::ServiceTable;
@@ -113,4 +115,24 @@ AIBinder* AServiceManager_getService(const char* instance) {
 AIBinder* AServiceManager_waitForService(const char* instance) {
     if (!isValidInstanceName(__func__, instance)) return nullptr;
     return handOver(waitFor(instance, std::nullopt));
+}
+
+bool AServiceManager_isDeclared(const char* instance) {
+    if (instance == nullptr) return false;
+    for (const host_binder::DeclaredInstance& declared : host_binder::declaredInstances()) {
+        if (declared.interface + "/" + declared.instance == instance) return true;
+    }
+    return false;
+}
+
+void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
+                                             void (*callback)(const char*, void*)) {
+    if (interface == nullptr || callback == nullptr) {
+        logError("AServiceManager_forEachDeclaredInstance: null %s",
+                 interface == nullptr ? "interface" : "callback");
+        std::abort();
+    }
+    for (const host_binder::DeclaredInstance& declared : host_binder::declaredInstances()) {
+        if (declared.interface == interface) callback(declared.instance.c_str(), context);
+    }
 }

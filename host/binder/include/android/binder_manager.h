@@ -15,6 +15,12 @@
  * that other processes of the user reach the service; look-ups search this process's own
  * registrations first, then the directory, and answer proxies for services of other processes.
  * A registration replaces the socket a process that died left behind.
+ *
+ * Which instances are declared (AServiceManager_isDeclared,
+ * AServiceManager_forEachDeclaredInstance) is answered on a device from the device's VINTF
+ * manifest. On the host it is answered from the VINTF manifest fragments (*.xml) of one folder:
+ * $TESSARO_VINTF_DIR when set, else the project's own fragments. The folder is read on every call,
+ * so a test may point it elsewhere at any time.
  */
 #pragma once
 
@@ -55,6 +61,22 @@ __attribute__((warn_unused_result)) AIBinder* AServiceManager_getService(const c
  * Null at once for a null or invalid instance name.
  */
 __attribute__((warn_unused_result)) AIBinder* AServiceManager_waitForService(const char* instance);
+
+/**
+ * Whether the manifest declares instance ("<fully qualified interface>/<instance name>", e.g.
+ * "vendor.example.IFoo/default"). False for a null instance or one that is not declared; it says
+ * nothing about whether the service is registered or running.
+ */
+bool AServiceManager_isDeclared(const char* instance);
+
+/**
+ * Calls callback once for each instance that the manifest declares for interface (its fully
+ * qualified name, e.g. "vendor.example.IFoo"), with the instance name alone ("default") and
+ * context, in manifest order, on the calling thread before returning. The name is valid only
+ * during the call. interface and callback must not be null (the call aborts); context may be.
+ */
+void AServiceManager_forEachDeclaredInstance(const char* interface, void* context,
+                                             void (*callback)(const char* instance, void* context));
 
 #ifdef __cplusplus
 }  // extern "C"

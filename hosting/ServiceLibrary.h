@@ -3,10 +3,11 @@
 #include <memory>
 #include <string>
 
-namespace tessaro_daemon {
+namespace tessaro_hosting {
 
-// The service library, loaded as the device's hosting process loads it: by name, through the
-// dynamic loader, so that LD_LIBRARY_PATH can put another build (or another driver) in its place.
+// The service library, loaded by name through the dynamic loader, by the device's hosting process
+// and the host daemon alike, so that LD_LIBRARY_PATH can put another build (or another driver) in
+// its place.
 class ServiceLibrary {
   public:
     static constexpr const char* kDefaultName = "libTessaroDravikAidlServer.so";
@@ -30,4 +31,4 @@ class ServiceLibrary {
     std::string error_;
 };
 
-}  // namespace tessaro_daemon
+}  // namespace tessaro_hosting

@@ -1,8 +1,8 @@
-#include "ServiceLibrary.h"
+#include "hosting/ServiceLibrary.h"
 
 #include <dlfcn.h>
 
-namespace tessaro_daemon {
+namespace tessaro_hosting {
 
 namespace {
 constexpr const char* kStartFunction = "TessaroDravikServerInitInternal";
@@ -26,4 +26,4 @@ ServiceLibrary::ServiceLibrary(const std::string& name)
     start_ = reinterpret_cast<void (*)()>(start);
 }
 
-}  // namespace tessaro_daemon
+}  // namespace tessaro_hosting
