@@ -7,6 +7,7 @@
 #include <cstring>
 #include <utility>
 
+#include "ClientCallTrace.h"
 #include "LayerProgram.h"
 
 namespace tessaro_workload {
@@ -208,6 +209,7 @@ std::vector<float> ServicePerceptron::readOutputs() const {
 }
 
 bool ServicePerceptron::run(RunStyle style, std::string* error) {
+    const ClientCallTrace trace(runStyleName(style));
     const std::vector<int64_t> flushes{activations_.front().mem_id};
     const std::vector<int64_t> invalidates{activations_.back().mem_id};
     int32_t ret = 0;
