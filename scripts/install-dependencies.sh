@@ -10,6 +10,7 @@ packages=(
     libopenblas-dev
     clang libclang-rt-14-dev
     python3-matplotlib
+    trace-cmd
 )
 
 missing=()
