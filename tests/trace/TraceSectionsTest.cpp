@@ -63,29 +63,48 @@ std::vector<std::string> sectionPaths(const std::vector<MarkerLine>& lines, pid_
 
 class TraceSectionsTest : public ::testing::Test {
   protected:
+    // One service directory for the whole process, kept until it exits: the process's own
+    // endpoint is made once, in the directory of its first call, and a daemon that does not
+    // find it there takes this process for dead.
+    static void SetUpTestSuite() {
+        static struct ServiceDirectory {
+            std::string path;
+            ~ServiceDirectory() {
+                if (!path.empty()) std::filesystem::remove_all(path);
+            }
+        } directory;
+        if (directory.path.empty()) {
+            char pattern[] = "/tmp/tessaro-trace-sections-XXXXXX";
+            ASSERT_NE(mkdtemp(pattern), nullptr);
+            directory.path = pattern;
+            setenv("TESSARO_BINDER_DIR", pattern, 1);
+        }
+        service_directory_ = directory.path;
+    }
+
     void SetUp() override {
-        char pattern[] = "/tmp/tessaro-trace-sections-XXXXXX";
+        ASSERT_FALSE(service_directory_.empty());
+        char pattern[] = "/tmp/tessaro-trace-sections-files-XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory_ = pattern;
-        markers_ = directory_ + ".markers";
-        setenv("TESSARO_BINDER_DIR", directory_.c_str(), 1);
+        files_ = pattern;
+        markers_ = files_ + "/markers";
         setenv(HOST_TRACE_MARKER_FILE_VARIABLE, markers_.c_str(), 1);
     }
     void TearDown() override {
+        // Released while the daemon lives, so that nothing reaches for it after it is gone.
+        service_.reset();
         if (daemon_ != nullptr) {
             daemon_->kill(SIGTERM);
             const int status = daemon_->wait();
             EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
         }
         unsetenv(HOST_TRACE_MARKER_FILE_VARIABLE);
-        std::filesystem::remove_all(directory_);
-        std::filesystem::remove(directory_ + ".properties");
-        std::filesystem::remove(markers_);
+        if (!files_.empty()) std::filesystem::remove_all(files_);
     }
 
     // Starts the hosting daemon with the given trace tags and connects to its service.
     void serve(const std::string& trace_tags) {
-        const std::string properties = directory_ + ".properties";
+        const std::string properties = files_ + "/properties";
         std::ofstream(properties) << "ro.vendor.qel_nn_baseline_support=1\n"
                                   << HOST_TRACE_TAGS_PROPERTY << "=" << trace_tags << "\n";
         // The library by its path: a sanitizer's runtime may stand between the daemon and the
@@ -126,7 +145,8 @@ class TraceSectionsTest : public ::testing::Test {
         *memory = block.mem_id;
     }
 
-    std::string directory_;
+    static inline std::string service_directory_;
+    std::string files_;  // the daemon's properties and markers
     std::string markers_;
     std::unique_ptr<e2e::ClientProcess> daemon_;
     std::shared_ptr<ITovanDravik> service_;
