@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# Takes a trace of the sample workload: mounts tracefs when it is not mounted, turns the service's
-# trace tag (ATRACE_TAG_NNAPI) on for the hosting daemon and for the workload, runs the workload
-# through the daemon while the kernel records the trace markers and the scheduler's switches, and
-# records the kernel's buffer with trace-cmd. Needs root, for tracefs. Writes:
+# Takes a trace of the sample workload: turns the service's trace tag (ATRACE_TAG_NNAPI) on for the
+# hosting daemon and for the workload, runs the workload through the daemon while the kernel
+# records the trace markers and the scheduler's switches, and takes the kernel's buffer with
+# trace-cmd. Needs root, for tracefs. Writes:
 #   build/trace/trace.dat          trace-cmd's recording (trace-cmd report, KernelShark)
 #   build/trace/trace.txt          the same in the ftrace text format: open it in Perfetto's UI
 #   docs/tracing/cached-run.png    one cached run: the client's call, the service's sections
-# and prints the median length of each section of the cached runs. Tracefs settings that it
-# changes are put back; the kernel's trace buffer is cleared first.
+# and prints the median length of each section of the cached runs. Tracefs is used where it is
+# mounted, else mounted for the run; every tracefs setting it changes is put back at exit, the
+# mount too. The kernel's trace buffer is cleared first.
 # Usage: scripts/trace.sh [sample workload options, see: build/default/bin/tessaro_sample_workload --help]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -24,12 +25,6 @@ cmake --preset default >/dev/null
 cmake --build --preset default --target tessaro_dravik_daemon TessaroDravikAidlServer \
     tessaro_sample_workload tessaro_client
 
-tracefs=/sys/kernel/tracing
-if [[ ! -e $tracefs/trace_marker ]]; then
-    echo "== mount tracefs on $tracefs"
-    mount -t tracefs nodev "$tracefs"
-fi
-
 bin=build/default/bin
 out=build/trace
 chart=docs/tracing/cached-run.png
@@ -38,13 +33,12 @@ service_directory=$(mktemp -d /tmp/tessaro-trace-XXXXXX)
 properties="$service_directory.properties"
 daemon_log="$service_directory.log"
 daemon_pid=""
+tracefs=""
+mounted_here=""
 events=(sched/sched_switch sched/sched_waking)
-
-# What this script changes in tracefs, to be put back at exit.
-read -r saved_buffer_kb _ <"$tracefs/buffer_size_kb"
-saved_tracing_on=$(cat "$tracefs/tracing_on")
+saved_tracing_on=""
+saved_buffer_kb=""
 saved_events=()
-for event in "${events[@]}"; do saved_events+=("$(cat "$tracefs/events/$event/enable")"); done
 
 stop_daemon() {
     if [[ -n "$daemon_pid" ]] && kill -0 "$daemon_pid" 2>/dev/null; then
@@ -53,16 +47,35 @@ stop_daemon() {
     fi
     daemon_pid=""
 }
+# Puts back what was changed, as far as the script got.
 cleanup() {
     stop_daemon
-    echo "$saved_tracing_on" >"$tracefs/tracing_on"
-    for index in "${!events[@]}"; do
+    if [[ -n $saved_tracing_on ]]; then echo "$saved_tracing_on" >"$tracefs/tracing_on"; fi
+    for index in "${!saved_events[@]}"; do
         echo "${saved_events[$index]}" >"$tracefs/events/${events[$index]}/enable"
     done
-    echo "$saved_buffer_kb" >"$tracefs/buffer_size_kb"
-    rm -rf "$service_directory" "$properties" "$daemon_log"
+    if [[ -n $saved_buffer_kb ]]; then echo "$saved_buffer_kb" >"$tracefs/buffer_size_kb"; fi
+    if [[ -n $mounted_here ]]; then umount "$mounted_here"; fi
+    rm -rf -- "${service_directory:?}" "${properties:?}" "${daemon_log:?}"
 }
 trap cleanup EXIT
+
+# The places where the host's trace functions look for trace_marker, in their order.
+for candidate in /sys/kernel/tracing /sys/kernel/debug/tracing; do
+    if [[ -e $candidate/trace_marker ]]; then
+        tracefs=$candidate
+        break
+    fi
+done
+if [[ -z $tracefs ]]; then
+    tracefs=/sys/kernel/tracing
+    echo "== mount tracefs on $tracefs (unmounted at exit)"
+    mount -t tracefs nodev "$tracefs"
+    mounted_here=$tracefs
+fi
+read -r saved_buffer_kb _ <"$tracefs/buffer_size_kb"
+saved_tracing_on=$(cat "$tracefs/tracing_on")
+for event in "${events[@]}"; do saved_events+=("$(cat "$tracefs/events/$event/enable")"); done
 
 # The service enabled, and its trace tag on: the daemon reads this file through --properties, the
 # workload through the environment.
@@ -73,7 +86,7 @@ PROPERTIES
 export TESSARO_BINDER_DIR="$service_directory"
 unset TESSARO_TRACE_MARKER_FILE
 
-echo "== record: trace markers and scheduler switches into the kernel's buffer"
+echo "== record: trace markers and scheduler switches into the kernel's buffer ($tracefs)"
 echo 0 >"$tracefs/tracing_on"
 echo 65536 >"$tracefs/buffer_size_kb"
 echo >"$tracefs/trace"
@@ -103,22 +116,36 @@ if ((status != 0)); then
     echo "the sample workload failed" >&2
     exit "$status"
 fi
+# A full buffer drops its oldest events, and with them the begins of sections that end later.
+overruns=$(awk '/^overrun:/ { sum += $2 } END { print sum + 0 }' "$tracefs"/per_cpu/cpu*/stats)
+if ((overruns > 0)); then
+    echo "the kernel's trace buffer overflowed ($overruns events lost): trace fewer runs" >&2
+    exit 1
+fi
 
 # trace-cmd extract takes the kernel's buffer as it stands. trace-cmd record would also set up
 # function tracing (/proc/sys/kernel/ftrace_enabled, set_ftrace_filter), which containers refuse;
 # the events used here are plain tracefs switches.
 echo "== trace-cmd: $out/trace.dat"
-rm -f "$out/trace.dat"
-trace-cmd extract -o "$out/trace.dat" >/dev/null 2>&1
+rm -f -- "$out/trace.dat"
+if ! trace-cmd extract -o "$out/trace.dat" >"$service_directory/extract.log" 2>&1; then
+    cat "$service_directory/extract.log" >&2
+    exit 1
+fi
+report="$service_directory/report.txt"
+if ! trace-cmd report -N -t -i "$out/trace.dat" >"$report" 2>"$service_directory/report.log"; then
+    cat "$service_directory/report.log" >&2
+    exit 1
+fi
 # The ftrace text format: trace-cmd prints the marker events as "print: tracing_mark_write: ...",
-# the kernel's own format as "tracing_mark_write: ...", which is what trace viewers read.
+# the kernel's own format as "tracing_mark_write: ...", which is what trace viewers read; its
+# header lines ("cpus=2") are left out.
 echo "== ftrace text: $out/trace.txt"
 {
     echo "# tracer: nop"
     echo "#"
-    trace-cmd report -N -t -i "$out/trace.dat" 2>/dev/null |
-        sed -E -n -e 's/: print: +tracing_mark_write: /: tracing_mark_write: /' \
-            -e '/^ *.+-[0-9]+ +\[[0-9]+\] +[0-9]+\.[0-9]+: /p'
+    sed -E -n -e 's/: print: +tracing_mark_write: /: tracing_mark_write: /' \
+        -e '/^ *.+-[0-9]+ +\[[0-9]+\] +[0-9]+\.[0-9]+: /p' "$report"
 } >"$out/trace.txt"
 
 echo "== the cached runs"

@@ -27,7 +27,7 @@ import matplotlib.pyplot as plt  # noqa: E402
 # flag characters, the time in seconds, the event name and its arguments.
 LINE = re.compile(
     r"^(?P<task>.*)-(?P<tid>\d+)\s+\(?\s*(?:\d+|-+)?\)?\s?\[(?P<cpu>\d+)\]\s*"
-    r"[a-zA-Z0-9.]{0,5}\s*(?P<seconds>\d+\.\d+):\s+(?P<event>\S+):\s*(?P<arguments>.*)$"
+    r"[a-zA-Z0-9.]{0,5}\s+(?P<seconds>\d+\.\d+):\s+(?P<event>\S+):\s*(?P<arguments>.*)$"
 )
 MARKER = re.compile(r"^(?P<phase>[BE])\|(?P<pid>\d+)(?:\|(?P<name>.*))?$")
 CLIENT_CACHED_RUN = "client cmd_cachedAndRun"
@@ -64,10 +64,15 @@ def read_slices(path):
         if marker["phase"] == "B":
             stack.append(Slice(marker["name"], int(marker["pid"]), tid, match["task"].strip(),
                                seconds, len(stack)))
-        elif stack:
+        elif not stack:
+            sys.exit("%s:%d: a section ends that thread %d never began" % (path, number, tid))
+        else:
             finished = stack.pop()
             finished.end = seconds
             slices.append(finished)
+    for tid, stack in sorted(open_slices.items()):
+        if stack:
+            sys.exit("%s: thread %d never ends its section \"%s\"" % (path, tid, stack[-1].name))
     return slices
 
 
@@ -97,11 +102,13 @@ def draw(run, parts, chart_path):
         if all(part.tid != lane[1] for lane in lanes):
             lanes.append((part.pid, part.tid, "service %s-%d\n(pid %d)" % (part.task, part.tid, part.pid)))
     depth = max([0] + [part.depth for part in parts]) + 1
-    figure, axes = plt.subplots(figsize=(11, 1.2 + 1.0 * depth * len(lanes)))
+    figure, axes = plt.subplots(figsize=(11, 1.6 + 1.0 * depth * len(lanes)))
     colours = ["#4c72b0", "#dd8452", "#55a868", "#c44e52", "#8172b3", "#937860"]
     names = sorted({part.name for part in parts} | {run.name})
     total = microseconds(run.end - run.start)
     ticks = []
+    # Sections too short to hold their label are named in the legend instead.
+    legend = []
     for lane_index, (_, tid, label) in enumerate(lanes):
         base = lane_index * (depth + 0.5)
         ticks.append((base + (depth - 1) / 2, label))
@@ -112,18 +119,22 @@ def draw(run, parts, chart_path):
             width = microseconds(item.end - item.start)
             y = base + (0 if item is run else item.depth)
             colour = colours[names.index(item.name) % len(colours)]
-            axes.barh(y, width, left=left, height=0.8, color=colour, edgecolor="black")
+            bar = axes.barh(y, width, left=left, height=0.8, color=colour, edgecolor="black")
             text = "%s\n%.1f us" % (item.name, width)
             if width > 0.15 * total:
                 axes.text(left + width / 2, y, text, ha="center", va="center", fontsize=8,
                           color="white")
             else:
-                axes.text(left + width, y - 0.45, " " + text, ha="left", va="top", fontsize=7)
+                legend.append((bar, "%s, %.1f us at %.1f us" % (item.name, width, left)))
     axes.set_yticks([tick for tick, _ in ticks], [label for _, label in ticks])
     axes.invert_yaxis()
     axes.set_xlabel("microseconds from the client's call")
     axes.set_title("One cached run: the client's call and the service's sections on its binder thread")
     axes.set_xlim(left=0, right=total * 1.02)
+    if legend:
+        axes.legend([bar for bar, _ in legend], [text for _, text in legend], loc="upper center",
+                    bbox_to_anchor=(0.5, -0.18), ncol=min(3, len(legend)), fontsize=8,
+                    frameon=False)
     figure.tight_layout()
     figure.savefig(chart_path, dpi=100)
     plt.close(figure)
