@@ -58,20 +58,6 @@ TEST_F(FencedRunTest, TheReplyCarriesTheOnlyCopyOfTheFenceThatStaysOpen) {
     EXPECT_EQ(platform_recorder::logLinesWithText(entry).at(0).priority, ANDROID_LOG_ERROR);
 }
 
-TEST_F(FencedRunTest, WithoutAnInputFenceTheDriverGetsMinusOne) {
-    NativeHandle output;
-    int32_t ret = 0;
-    ASSERT_TRUE(service_->cmd_runFence_v2(id_, cmd_id_, NativeHandle{}, 3, &output, &ret).isOk());
-    EXPECT_EQ(fake_driver::callsTo("dravikCmd_runFence")[0].arguments[1], -1);
-    EXPECT_EQ(fake_driver::callsTo("dravikCmd_runFence")[0].arguments[2], 3);
-
-    // The debug switch off: no entry line.
-    DEBUG_LOG_DRAVIK = 0;
-    platform_recorder::reset();
-    ASSERT_TRUE(service_->cmd_runFence_v2(id_, cmd_id_, NativeHandle{}, 0, &output, &ret).isOk());
-    EXPECT_TRUE(logTexts().empty());
-}
-
 TEST_F(FencedRunTest, AFailedRunStillClosesWhatTheDriverAnswered) {
     // A driver answer of 0 is a failure, yet descriptor 0 is closed as the driver's answer.
     ndk::ScopedFileDescriptor saved_stdin(dup(0));

@@ -9,23 +9,6 @@ namespace {
 
 using RegistryTest = ServiceFixture;
 
-dravik_session* sessionHandle(uintptr_t value) {
-    return reinterpret_cast<dravik_session*>(value);
-}
-
-TEST_F(RegistryTest, SessionIdsAreTheDriverHandles) {
-    EXPECT_EQ(service_->generateDravikId(sessionHandle(0x1000)), 0x1000u);
-    // A handle seen again maps to the id it had, and the entry is left as it was.
-    EXPECT_EQ(service_->generateDravikId(sessionHandle(0x1000)), 0x1000u);
-    EXPECT_EQ(service_->getDravikSession(0x1000), sessionHandle(0x1000));
-    EXPECT_TRUE(platform_recorder::logLines().empty());
-
-    EXPECT_EQ(service_->getDravikSession(0), nullptr);
-    EXPECT_EQ(service_->getDravikSession(0x2000), nullptr);
-    EXPECT_EQ(logTexts(ANDROID_LOG_ERROR),
-              (std::vector<std::string>{"getDravikSession fail", "getDravikSession fail"}));
-}
-
 TEST_F(RegistryTest, IdsCountPerTableFromOneAndAreNeverReused) {
     auto* pointer = reinterpret_cast<void*>(0x10);
     EXPECT_EQ(service_->generateDravikMemId(7, pointer, 0, false), 1u);
@@ -74,24 +57,6 @@ TEST_F(RegistryTest, SharedMemoryIsFoundThroughAnySessionAndPrivateMemoryOnlyThr
     EXPECT_TRUE(service_->eraseDravikMem(7, private_id));
     // The memory table is silent in every case.
     EXPECT_TRUE(platform_recorder::logLines().empty());
-}
-
-TEST_F(RegistryTest, LookupsOfUnknownIdsLogTheirTable) {
-    auto* pointer = reinterpret_cast<void*>(0x10);
-    const uint64_t sub_cmd_id =
-            service_->generateDravikSubCmdId(7, reinterpret_cast<dravik_subcmd*>(pointer));
-    platform_recorder::reset();
-
-    EXPECT_EQ(service_->getDravikCmd(7, 1), nullptr);
-    EXPECT_EQ(service_->getDravikCmdBuf(7, 1), nullptr);
-    EXPECT_EQ(service_->getDravikSubCmd(8, sub_cmd_id), nullptr);
-    EXPECT_EQ(service_->getDravikSubCmd(7, sub_cmd_id), reinterpret_cast<dravik_subcmd*>(pointer));
-    EXPECT_EQ(logTexts(), (std::vector<std::string>{
-                                  "getDravikCmd Failed",
-                                  "getDravikCmdBuf Failed",
-                                  "getDravikSubCmd Failed dravik_id:8 dravik_sub_cmd_id:1",
-                                  "getDravikSubCmd Success dravik_id:7 dravik_sub_cmd_id:1",
-                          }));
 }
 
 TEST_F(RegistryTest, GatePassesAtOnceUnlessATypedRunIsInTheDriver) {

@@ -1,3 +1,5 @@
+#include <android/binder_auto_utils.h>
+#include <android/binder_manager.h>
 #include <android/log.h>
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
@@ -160,6 +162,15 @@ TEST_F(ServiceStartTest, RegistrationFailureIsLoggedOnceAndStartReturns) {
         EXPECT_EQ(recorder::logLines().size(), 1u);
         EXPECT_EQ(recorder::registrations().size(), 1u) << "no retry";
     }
+}
+
+TEST_F(ServiceStartTest, TheServiceManagersReferenceIsTheOnlyOneKept) {
+    enableService();
+    TessaroDravikServerInitInternal();
+    ndk::SpAIBinder binder(AServiceManager_checkService(kInstance));
+    ASSERT_NE(binder.get(), nullptr);
+    // No global pointer: only the service manager's reference and this test's remain.
+    EXPECT_EQ(AIBinder_debugGetRefCount(binder.get()), 2);
 }
 
 }  // namespace
