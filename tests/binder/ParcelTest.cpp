@@ -1,267 +1,259 @@
-// Parcels through the C API: every value type, arrays, positions, bad data, copies.
+// Parcels: every value type through the C functions and the C++ templates over them, refusals
+// of short and malformed data, positions and copies, and the descriptors and binders a parcel
+// holds: who owns which copy, and when each is released.
 #include <android/binder_auto_utils.h>
 #include <android/binder_parcel.h>
 #include <android/binder_parcel_utils.h>
+#include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
-#include <cmath>
 #include <cstdint>
-#include <limits>
+#include <functional>
 #include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
+
+#include "LocalAdder.h"
 
 namespace {
 
-ndk::ScopedAParcel newParcel() {
-    return ndk::ScopedAParcel(AParcel_create());
-}
-
-void rewind(const ndk::ScopedAParcel& parcel) {
-    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 0), STATUS_OK);
-}
-
-TEST(ParcelTest, SingleValuesRoundTrip) {
-    auto parcel = newParcel();
-    ASSERT_EQ(AParcel_writeInt32(parcel.get(), INT32_MIN), STATUS_OK);
-    ASSERT_EQ(AParcel_writeUint32(parcel.get(), UINT32_MAX), STATUS_OK);
-    ASSERT_EQ(AParcel_writeInt64(parcel.get(), INT64_MIN), STATUS_OK);
-    ASSERT_EQ(AParcel_writeUint64(parcel.get(), UINT64_MAX), STATUS_OK);
-    ASSERT_EQ(AParcel_writeFloat(parcel.get(), -0.5f), STATUS_OK);
-    ASSERT_EQ(AParcel_writeDouble(parcel.get(), std::numeric_limits<double>::infinity()),
-              STATUS_OK);
-    ASSERT_EQ(AParcel_writeBool(parcel.get(), true), STATUS_OK);
-    ASSERT_EQ(AParcel_writeChar(parcel.get(), u'é'), STATUS_OK);
-    ASSERT_EQ(AParcel_writeByte(parcel.get(), -128), STATUS_OK);
-    ASSERT_EQ(AParcel_writeString(parcel.get(), "a\0b€", 6), STATUS_OK);
-    ASSERT_EQ(AParcel_writeString(parcel.get(), nullptr, -1), STATUS_OK);
-    ASSERT_EQ(AParcel_writeString(parcel.get(), "", 0), STATUS_OK);
-    // Bool, char and byte take 4 bytes each, like every other value here.
-    EXPECT_EQ(AParcel_getDataSize(parcel.get()) % 4, 0);
-    rewind(parcel);
-
-    int32_t i32 = 0;
-    uint32_t u32 = 0;
-    int64_t i64 = 0;
-    uint64_t u64 = 0;
-    float f = 0;
-    double d = 0;
-    bool b = false;
-    char16_t c = 0;
-    int8_t byte = 0;
-    EXPECT_EQ(AParcel_readInt32(parcel.get(), &i32), STATUS_OK);
-    EXPECT_EQ(AParcel_readUint32(parcel.get(), &u32), STATUS_OK);
-    EXPECT_EQ(AParcel_readInt64(parcel.get(), &i64), STATUS_OK);
-    EXPECT_EQ(AParcel_readUint64(parcel.get(), &u64), STATUS_OK);
-    EXPECT_EQ(AParcel_readFloat(parcel.get(), &f), STATUS_OK);
-    EXPECT_EQ(AParcel_readDouble(parcel.get(), &d), STATUS_OK);
-    EXPECT_EQ(AParcel_readBool(parcel.get(), &b), STATUS_OK);
-    EXPECT_EQ(AParcel_readChar(parcel.get(), &c), STATUS_OK);
-    EXPECT_EQ(AParcel_readByte(parcel.get(), &byte), STATUS_OK);
-    EXPECT_EQ(i32, INT32_MIN);
-    EXPECT_EQ(u32, UINT32_MAX);
-    EXPECT_EQ(i64, INT64_MIN);
-    EXPECT_EQ(u64, UINT64_MAX);
-    EXPECT_EQ(f, -0.5f);
-    EXPECT_TRUE(std::isinf(d));
-    EXPECT_TRUE(b);
-    EXPECT_EQ(c, u'é');
-    EXPECT_EQ(byte, -128);
-
-    std::string text;
-    EXPECT_EQ(ndk::AParcel_readString(parcel.get(), &text), STATUS_OK);
-    EXPECT_EQ(text, std::string("a\0b€", 6));
-    // A null string is refused by a non-nullable reader, then the empty one reads.
-    EXPECT_EQ(ndk::AParcel_readString(parcel.get(), &text), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(ndk::AParcel_readString(parcel.get(), &text), STATUS_OK);
-    EXPECT_EQ(text, "");
+// Writes values one after another into one parcel, then reads each back into a fresh object.
+template <typename... T>
+void expectRoundTrip(const T&... values) {
+    ndk::ScopedAParcel parcel(AParcel_create());
+    auto write = [&](const auto& value) {
+        EXPECT_EQ(ndk::AParcel_writeData(parcel.get(), value), STATUS_OK);
+    };
+    (write(values), ...);
+    EXPECT_EQ(AParcel_getDataSize(parcel.get()) % 4, 0);  // everything is padded to 4 bytes
+    AParcel_setDataPosition(parcel.get(), 0);
+    auto readBack = [&](const auto& value) {
+        std::decay_t<decltype(value)> copy{};
+        EXPECT_EQ(ndk::AParcel_readData(parcel.get(), &copy), STATUS_OK);
+        EXPECT_EQ(copy, value);
+    };
+    (readBack(values), ...);
     EXPECT_EQ(AParcel_getDataPosition(parcel.get()), AParcel_getDataSize(parcel.get()));
 }
 
-template <typename T>
-bool allocateVector(void* data, int32_t length, T** buffer) {
-    auto* vector = static_cast<std::vector<T>*>(data);
-    if (length < 0) return false;
-    vector->resize(static_cast<size_t>(length));
-    *buffer = vector->data();
-    return true;
+TEST(ParcelTest, EveryTypeRoundTrips) {
+    expectRoundTrip(INT32_MIN, UINT32_MAX, INT64_MIN, UINT64_MAX, -0.5f, -1e300, true, u'é',
+                    int8_t{-128}, std::string("a\0b€", 6), std::string());
+    // A packed array whose 5 bytes need padding before what follows, then the other kinds.
+    expectRoundTrip(std::vector<int8_t>{1, -1, 127, 0, 5}, int32_t{7},
+                    std::vector<int32_t>{1, -2, INT32_MAX}, std::vector<uint32_t>{UINT32_MAX},
+                    std::vector<int64_t>{}, std::vector<uint64_t>{UINT64_MAX, 0},
+                    std::vector<float>{0.25f}, std::vector<double>{-1e300, 2},
+                    std::vector<char16_t>{u'x', u'€'}, std::vector<bool>{true, false, true},
+                    std::vector<std::string>{"one", "", "drei"},
+                    std::vector<std::vector<int32_t>>{{1}, {}, {2, 3}});
 }
 
-TEST(ParcelTest, ArraysRoundTrip) {
-    const std::vector<int32_t> ints = {1, -2, INT32_MAX};
-    const std::vector<uint64_t> longs = {UINT64_MAX, 0};
-    const std::vector<double> doubles = {0.25, -1e300};
-    const std::vector<char16_t> chars = {u'x', u'€'};
-    const std::vector<int8_t> bytes = {1, -1, 127, 0, 5};  // 5 bytes: padding follows
-    const std::vector<bool> flags = {true, false, true};
-    const std::vector<std::string> strings = {"one", "", "drei"};
-    auto parcel = newParcel();
-    ASSERT_EQ(AParcel_writeInt32Array(parcel.get(), ints.data(), 3), STATUS_OK);
-    ASSERT_EQ(AParcel_writeUint64Array(parcel.get(), longs.data(), 2), STATUS_OK);
-    ASSERT_EQ(AParcel_writeDoubleArray(parcel.get(), doubles.data(), 2), STATUS_OK);
-    ASSERT_EQ(AParcel_writeCharArray(parcel.get(), chars.data(), 2), STATUS_OK);
-    ASSERT_EQ(AParcel_writeByteArray(parcel.get(), bytes.data(), 5), STATUS_OK);
-    ASSERT_EQ(ndk::AParcel_writeVector(parcel.get(), flags), STATUS_OK);
-    ASSERT_EQ(ndk::AParcel_writeVector(parcel.get(), strings), STATUS_OK);
-    ASSERT_EQ(AParcel_writeFloatArray(parcel.get(), nullptr, -1), STATUS_OK);  // null array
-    ASSERT_EQ(AParcel_writeInt64Array(parcel.get(), nullptr, 0), STATUS_OK);   // empty array
-    rewind(parcel);
-
-    std::vector<int32_t> ints_read;
-    std::vector<uint64_t> longs_read;
-    std::vector<double> doubles_read;
-    std::vector<char16_t> chars_read;
-    std::vector<int8_t> bytes_read;
-    std::vector<bool> flags_read;
-    std::vector<std::string> strings_read;
-    std::vector<float> floats_read = {1.0f};
-    std::vector<int64_t> empty_read = {1, 2};
-    EXPECT_EQ(AParcel_readInt32Array(parcel.get(), &ints_read, allocateVector<int32_t>), STATUS_OK);
-    EXPECT_EQ(AParcel_readUint64Array(parcel.get(), &longs_read, allocateVector<uint64_t>),
-              STATUS_OK);
-    EXPECT_EQ(AParcel_readDoubleArray(parcel.get(), &doubles_read, allocateVector<double>),
-              STATUS_OK);
-    EXPECT_EQ(AParcel_readCharArray(parcel.get(), &chars_read, allocateVector<char16_t>),
-              STATUS_OK);
-    EXPECT_EQ(AParcel_readByteArray(parcel.get(), &bytes_read, allocateVector<int8_t>), STATUS_OK);
-    EXPECT_EQ(ndk::AParcel_readVector(parcel.get(), &flags_read), STATUS_OK);
-    EXPECT_EQ(ndk::AParcel_readVector(parcel.get(), &strings_read), STATUS_OK);
-    // The allocator refuses null arrays, so a null array is reported as such.
-    EXPECT_EQ(AParcel_readFloatArray(parcel.get(), &floats_read, allocateVector<float>),
-              STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_readInt64Array(parcel.get(), &empty_read, allocateVector<int64_t>),
-              STATUS_OK);
-    EXPECT_EQ(ints_read, ints);
-    EXPECT_EQ(longs_read, longs);
-    EXPECT_EQ(doubles_read, doubles);
-    EXPECT_EQ(chars_read, chars);
-    EXPECT_EQ(bytes_read, bytes);
-    EXPECT_EQ(flags_read, flags);
-    EXPECT_EQ(strings_read, strings);
-    EXPECT_TRUE(empty_read.empty());
-    EXPECT_EQ(AParcel_getDataPosition(parcel.get()), AParcel_getDataSize(parcel.get()));
-}
-
-TEST(ParcelTest, ReadsPastTheEndFailAndKeepThePosition) {
-    auto parcel = newParcel();
-    ASSERT_EQ(AParcel_writeInt32(parcel.get(), 1), STATUS_OK);
-    rewind(parcel);
-    int64_t wide = 0;
-    EXPECT_EQ(AParcel_readInt64(parcel.get(), &wide), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(AParcel_getDataPosition(parcel.get()), 0);
-    int32_t value = 0;
-    EXPECT_EQ(AParcel_readInt32(parcel.get(), &value), STATUS_OK);
-    bool flag = false;
-    double real = 0;
-    std::string text;
-    std::vector<int32_t> array;
-    int fd = 0;
-    AStatus* status = nullptr;
-    EXPECT_EQ(AParcel_readInt32(parcel.get(), &value), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(AParcel_readBool(parcel.get(), &flag), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(AParcel_readDouble(parcel.get(), &real), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(ndk::AParcel_readString(parcel.get(), &text), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(ndk::AParcel_readVector(parcel.get(), &array), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(AParcel_readParcelFileDescriptor(parcel.get(), &fd), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(AParcel_readStatusHeader(parcel.get(), &status), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(AParcel_getDataPosition(parcel.get()), 4);
-
-    // A position past the end reads nothing; a write there fills the gap with zeros.
-    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 12), STATUS_OK);
-    EXPECT_EQ(AParcel_readInt32(parcel.get(), &value), STATUS_NOT_ENOUGH_DATA);
-    ASSERT_EQ(AParcel_writeInt32(parcel.get(), 7), STATUS_OK);
-    EXPECT_EQ(AParcel_getDataSize(parcel.get()), 16);
-    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 4), STATUS_OK);
-    int64_t gap = -1;
-    EXPECT_EQ(AParcel_readInt64(parcel.get(), &gap), STATUS_OK);
-    EXPECT_EQ(gap, 0);
-    EXPECT_EQ(AParcel_setDataPosition(parcel.get(), -4), STATUS_BAD_VALUE);
-}
-
-// A parcel holding exactly these int32 values.
+// A parcel holding exactly these int32 values, positioned at its start.
 ndk::ScopedAParcel parcelOf(const std::vector<int32_t>& words) {
-    auto parcel = newParcel();
+    ndk::ScopedAParcel parcel(AParcel_create());
     for (int32_t word : words) AParcel_writeInt32(parcel.get(), word);
     AParcel_setDataPosition(parcel.get(), 0);
     return parcel;
 }
 
-TEST(ParcelTest, MalformedLengthsAreBadValues) {
-    std::vector<int32_t> array;
-    std::vector<std::string> strings;
-    std::string text;
-    // Below -1, more elements than bytes remain, a string longer than the data.
-    for (const auto& words :
-         std::vector<std::vector<int32_t>>{{-2}, {5, 0x61616161}, {INT32_MAX}}) {
-        auto parcel = parcelOf(words);
-        EXPECT_EQ(ndk::AParcel_readVector(parcel.get(), &array), STATUS_BAD_VALUE);
-        EXPECT_EQ(ndk::AParcel_readVector(parcel.get(), &strings), STATUS_BAD_VALUE);
-        EXPECT_EQ(ndk::AParcel_readString(parcel.get(), &text), STATUS_BAD_VALUE);
-        EXPECT_EQ(AParcel_getDataPosition(parcel.get()), 0);
+using Reader = binder_status_t (*)(const AParcel*);
+template <typename T>
+binder_status_t readAs(const AParcel* parcel) {
+    T value{};
+    return ndk::AParcel_readData(parcel, &value);
+}
+
+TEST(ParcelTest, ShortAndMalformedDataIsRefusedWhereItIs) {
+    constexpr int32_t kDescriptorTag = 0x46444553, kBinderTag = 0x444e4942;
+    const std::tuple<std::vector<int32_t>, Reader, binder_status_t> cases[] = {
+            {{}, readAs<int32_t>, STATUS_NOT_ENOUGH_DATA},
+            {{1}, readAs<int64_t>, STATUS_NOT_ENOUGH_DATA},
+            {{}, readAs<std::string>, STATUS_NOT_ENOUGH_DATA},
+            {{}, readAs<std::vector<int32_t>>, STATUS_NOT_ENOUGH_DATA},
+            {{}, readAs<ndk::ScopedFileDescriptor>, STATUS_NOT_ENOUGH_DATA},
+            // Lengths below -1.
+            {{-2}, readAs<std::string>, STATUS_BAD_VALUE},
+            {{-2}, readAs<std::vector<int32_t>>, STATUS_BAD_VALUE},
+            {{-2}, readAs<std::vector<std::string>>, STATUS_BAD_VALUE},
+            // More elements or bytes than the data holds.
+            {{5, 0x61616161}, readAs<std::vector<int32_t>>, STATUS_BAD_VALUE},
+            {{5, 0x61616161}, readAs<std::vector<bool>>, STATUS_BAD_VALUE},
+            {{5, 0x61616161}, readAs<std::vector<std::string>>, STATUS_BAD_VALUE},
+            {{5, 0x61616161}, readAs<std::vector<std::vector<int32_t>>>, STATUS_BAD_VALUE},
+            {{INT32_MAX}, readAs<std::string>, STATUS_BAD_VALUE},
+            // "abcd" with no NUL after it, and bytes that are not UTF-8.
+            {{4, 0x64636261, 0x65656565}, readAs<std::string>, STATUS_BAD_VALUE},
+            {{2, 0x0000ffc3}, readAs<std::string>, STATUS_BAD_VALUE},
+            // Object tags in plain data are no objects.
+            {{1, kDescriptorTag}, readAs<ndk::ScopedFileDescriptor>, STATUS_BAD_VALUE},
+            {{1, kBinderTag}, readAs<ndk::SpAIBinder>, STATUS_BAD_VALUE},
+    };
+    for (size_t index = 0; index < std::size(cases); ++index) {
+        const auto& [words, reader, expected] = cases[index];
+        ndk::ScopedAParcel parcel = parcelOf(words);
+        EXPECT_EQ(reader(parcel.get()), expected) << "case " << index;
+        EXPECT_EQ(AParcel_getDataPosition(parcel.get()), 0) << "case " << index;
     }
-    // "abcd" with no NUL after it, and bytes that are not UTF-8.
-    auto unterminated = parcelOf({4, 0x64636261, 0x65656565});
-    EXPECT_EQ(ndk::AParcel_readString(unterminated.get(), &text), STATUS_BAD_VALUE);
-    auto not_utf8 = parcelOf({2, 0x0000ffc3});
-    EXPECT_EQ(ndk::AParcel_readString(not_utf8.get(), &text), STATUS_BAD_VALUE);
-
-    auto parcel = newParcel();
-    EXPECT_EQ(AParcel_writeString(parcel.get(), "\xc3\x28", 2), STATUS_BAD_VALUE);
-    EXPECT_EQ(AParcel_writeString(parcel.get(), "\xed\xa0\x80", 3), STATUS_BAD_VALUE);  // surrogate
-    EXPECT_EQ(AParcel_writeString(parcel.get(), "abc", -2), STATUS_BAD_VALUE);
-    EXPECT_EQ(AParcel_writeString(parcel.get(), nullptr, 3), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_writeInt32Array(parcel.get(), nullptr, 2), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_writeInt32Array(parcel.get(), nullptr, -5), STATUS_BAD_VALUE);
-    EXPECT_EQ(AParcel_getDataSize(parcel.get()), 0);
-
     // A refusing allocator is out of memory for a real array.
-    auto refused = parcelOf({1, 9});
+    ndk::ScopedAParcel parcel = parcelOf({1, 9});
     auto refuse = [](void*, int32_t, int32_t**) { return false; };
-    EXPECT_EQ(AParcel_readInt32Array(refused.get(), nullptr, refuse), STATUS_NO_MEMORY);
+    EXPECT_EQ(AParcel_readInt32Array(parcel.get(), nullptr, refuse), STATUS_NO_MEMORY);
 }
 
-TEST(ParcelTest, NullArgumentsAreRefused) {
+TEST(ParcelTest, NullValuesAreRefusedByRequiredReadersAndPassedOver) {
+    ndk::ScopedAParcel parcel(AParcel_create());
+    // The null forms a nullable writer sends, each followed by 7.
+    const std::function<binder_status_t(AParcel*)> null_writes[] = {
+            [](AParcel* out) { return AParcel_writeString(out, nullptr, -1); },
+            [](AParcel* out) { return AParcel_writeInt64Array(out, nullptr, -1); },
+            [](AParcel* out) { return AParcel_writeStringArray(out, nullptr, -1, nullptr); },
+            [](AParcel* out) { return AParcel_writeStrongBinder(out, nullptr); },
+            [](AParcel* out) { return AParcel_writeParcelFileDescriptor(out, -1); },
+    };
+    const Reader required_reads[] = {readAs<std::string>, readAs<std::vector<int64_t>>,
+                                     readAs<std::vector<std::string>>, readAs<ndk::SpAIBinder>,
+                                     readAs<ndk::ScopedFileDescriptor>};
+    for (const auto& write : null_writes) {
+        ASSERT_EQ(write(parcel.get()), STATUS_OK);
+        ASSERT_EQ(AParcel_writeInt32(parcel.get(), 7), STATUS_OK);
+    }
+    AParcel_setDataPosition(parcel.get(), 0);
+    for (size_t index = 0; index < std::size(required_reads); ++index) {
+        EXPECT_EQ(required_reads[index](parcel.get()), STATUS_UNEXPECTED_NULL) << index;
+        int32_t next = 0;
+        EXPECT_EQ(AParcel_readInt32(parcel.get(), &next), STATUS_OK);
+        EXPECT_EQ(next, 7) << index;
+    }
+}
+
+TEST(ParcelTest, RefusedWritesLeaveNothingBehind) {
+    ndk::ScopedAParcel parcel(AParcel_create());
+    AParcel* out = parcel.get();
+    EXPECT_EQ(AParcel_writeString(out, "\xc3\x28", 2), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_writeString(out, "\xed\xa0\x80", 3), STATUS_BAD_VALUE);  // a surrogate
+    EXPECT_EQ(AParcel_writeString(out, "abc", -2), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_writeString(out, nullptr, 3), STATUS_UNEXPECTED_NULL);
+    EXPECT_EQ(AParcel_writeInt32Array(out, nullptr, 2), STATUS_UNEXPECTED_NULL);
+    EXPECT_EQ(AParcel_writeInt32Array(out, nullptr, -5), STATUS_BAD_VALUE);
+    EXPECT_EQ(ndk::AParcel_writeData(out, ndk::ScopedFileDescriptor()), STATUS_UNEXPECTED_NULL);
+    EXPECT_EQ(ndk::AParcel_writeData(out, ndk::SpAIBinder()), STATUS_UNEXPECTED_NULL);
+    EXPECT_EQ(AParcel_writeParcelFileDescriptor(out, -2), STATUS_BAD_VALUE);
+    // A descriptor number that was open a moment ago.
+    const int closed = ndk::ScopedFileDescriptor(::open("/dev/null", O_RDONLY)).get();
+    EXPECT_EQ(AParcel_writeParcelFileDescriptor(out, closed), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_getDataSize(out), 0);
+}
+
+TEST(ParcelTest, PositionsAndCopies) {
+    // A position past the end reads nothing; a write there fills the gap with zeros.
+    ndk::ScopedAParcel parcel = parcelOf({10});
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 12), STATUS_OK);
     int32_t value = 0;
-    EXPECT_EQ(AParcel_writeInt32(nullptr, 1), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_readInt32(nullptr, &value), STATUS_UNEXPECTED_NULL);
-    auto parcel = parcelOf({1});
-    EXPECT_EQ(AParcel_readInt32(parcel.get(), nullptr), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_readString(parcel.get(), nullptr, nullptr), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_getDataSize(nullptr), -1);
-    EXPECT_EQ(AParcel_getDataPosition(nullptr), -1);
-    EXPECT_EQ(AParcel_setDataPosition(nullptr, 0), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_reset(nullptr), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_appendFrom(nullptr, parcel.get(), 0, 0), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AParcel_marshal(parcel.get(), nullptr, 0, 4), STATUS_UNEXPECTED_NULL);
-    AParcel_delete(nullptr);
-}
-
-TEST(ParcelTest, MarshalUnmarshalAndAppend) {
-    auto source = parcelOf({10, 20, 30});
-    std::vector<uint8_t> bytes(12);
-    ASSERT_EQ(AParcel_marshal(source.get(), bytes.data(), 0, bytes.size()), STATUS_OK);
-    EXPECT_EQ(AParcel_marshal(source.get(), bytes.data(), 4, 12), STATUS_BAD_VALUE);
-
-    auto copy = newParcel();
-    ASSERT_EQ(AParcel_unmarshal(copy.get(), bytes.data(), bytes.size()), STATUS_OK);
-    EXPECT_EQ(AParcel_getDataSize(copy.get()), 12);
-    EXPECT_EQ(AParcel_getDataPosition(copy.get()), 12);  // as after a write
-    rewind(copy);
-    std::vector<int32_t> words(3);
-    for (int32_t& word : words) ASSERT_EQ(AParcel_readInt32(copy.get(), &word), STATUS_OK);
-    EXPECT_EQ(words, (std::vector<int32_t>{10, 20, 30}));
+    EXPECT_EQ(AParcel_readInt32(parcel.get(), &value), STATUS_NOT_ENOUGH_DATA);
+    ASSERT_EQ(AParcel_writeInt32(parcel.get(), 30), STATUS_OK);
+    EXPECT_EQ(AParcel_setDataPosition(parcel.get(), -4), STATUS_BAD_VALUE);
 
     // appendFrom writes at the position; the source may be the destination itself.
-    ASSERT_EQ(AParcel_setDataPosition(copy.get(), 4), STATUS_OK);
-    ASSERT_EQ(AParcel_appendFrom(copy.get(), copy.get(), 8, 4), STATUS_OK);
-    rewind(copy);
-    for (int32_t& word : words) ASSERT_EQ(AParcel_readInt32(copy.get(), &word), STATUS_OK);
-    EXPECT_EQ(words, (std::vector<int32_t>{10, 30, 30}));
-    EXPECT_EQ(AParcel_appendFrom(source.get(), copy.get(), 8, 8), STATUS_BAD_VALUE);
-    EXPECT_EQ(AParcel_appendFrom(source.get(), copy.get(), -4, 4), STATUS_BAD_VALUE);
+    ASSERT_EQ(AParcel_setDataPosition(parcel.get(), 4), STATUS_OK);
+    ASSERT_EQ(AParcel_appendFrom(parcel.get(), parcel.get(), 12, 4), STATUS_OK);
+    EXPECT_EQ(AParcel_appendFrom(parcel.get(), parcel.get(), 12, 8), STATUS_BAD_VALUE);
+    EXPECT_EQ(AParcel_appendFrom(parcel.get(), parcel.get(), -4, 4), STATUS_BAD_VALUE);
+    AParcel_setDataPosition(parcel.get(), 0);
+    std::vector<int32_t> words(4, -1);
+    for (int32_t& word : words) ASSERT_EQ(AParcel_readInt32(parcel.get(), &word), STATUS_OK);
+    EXPECT_EQ(words, (std::vector<int32_t>{10, 30, 0, 30}));
 
-    ASSERT_EQ(AParcel_reset(copy.get()), STATUS_OK);
-    EXPECT_EQ(AParcel_getDataSize(copy.get()), 0);
-    EXPECT_EQ(AParcel_getDataPosition(copy.get()), 0);
+    ASSERT_EQ(AParcel_reset(parcel.get()), STATUS_OK);
+    EXPECT_EQ(AParcel_getDataSize(parcel.get()), 0);
+    EXPECT_EQ(AParcel_getDataPosition(parcel.get()), 0);
+}
+
+// The number of descriptors open in this process.
+int openDescriptorCount() {
+    DIR* directory = ::opendir("/proc/self/fd");
+    if (directory == nullptr) return -1;
+    int count = 0;
+    while (::readdir(directory) != nullptr) ++count;
+    ::closedir(directory);
+    return count;
+}
+
+TEST(ParcelTest, DescriptorsAreDuplicatedAndEachCopyClosedOnce) {
+    ndk::ScopedFileDescriptor file(::memfd_create("parcel", MFD_CLOEXEC));
+    const int baseline = openDescriptorCount();
+    {
+        ndk::ScopedAParcel parcel(AParcel_create());
+        ASSERT_EQ(AParcel_writeParcelFileDescriptor(parcel.get(), file.get()), STATUS_OK);
+        EXPECT_EQ(openDescriptorCount(), baseline + 1);  // the parcel's own duplicate
+
+        // Every read hands out another duplicate of the same open file, closed on exec.
+        for (const char* text : {"a", "b"}) {
+            AParcel_setDataPosition(parcel.get(), 0);
+            ndk::ScopedFileDescriptor received;
+            ASSERT_EQ(ndk::AParcel_readData(parcel.get(), &received), STATUS_OK);
+            EXPECT_EQ(openDescriptorCount(), baseline + 2);
+            EXPECT_EQ(::fcntl(received.get(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+            ASSERT_EQ(::pwrite(received.get(), text, 1, 0), 1);
+            char byte = 0;
+            ASSERT_EQ(::pread(file.get(), &byte, 1, 0), 1);
+            EXPECT_EQ(byte, *text);
+            ndk::ScopedFileDescriptor moved = std::move(received);
+            EXPECT_EQ(received.get(), -1);
+        }
+        EXPECT_EQ(openDescriptorCount(), baseline + 1);
+
+        ASSERT_EQ(AParcel_reset(parcel.get()), STATUS_OK);
+        EXPECT_EQ(openDescriptorCount(), baseline);
+        std::vector<ndk::ScopedFileDescriptor> descriptors;
+        descriptors.push_back(file.dup());
+        descriptors.push_back(file.dup());
+        ASSERT_EQ(ndk::AParcel_writeData(parcel.get(), descriptors), STATUS_OK);
+        descriptors.clear();
+        EXPECT_EQ(openDescriptorCount(), baseline + 2);
+        // Overwriting a descriptor's bytes releases it, and nothing can be read there any more.
+        AParcel_setDataPosition(parcel.get(), 8);
+        ASSERT_EQ(AParcel_writeInt32(parcel.get(), 0x46444553), STATUS_OK);
+        EXPECT_EQ(openDescriptorCount(), baseline + 1);
+        AParcel_setDataPosition(parcel.get(), 4);
+        int fd = -1;
+        EXPECT_EQ(AParcel_readParcelFileDescriptor(parcel.get(), &fd), STATUS_BAD_VALUE);
+    }
+    EXPECT_EQ(openDescriptorCount(), baseline);
+    EXPECT_NE(::fcntl(file.get(), F_GETFD), -1);  // the writer's own was never closed for it
+}
+
+TEST(ParcelTest, BindersAreHeldByTheParcelAndEachCopyOfIt) {
+    auto service = ndk::SharedRefBase::make<Adder>();
+    ndk::SpAIBinder binder = service->asBinder();
+    const int32_t references = AIBinder_debugGetRefCount(binder.get());
+    ndk::ScopedAParcel parcel(AParcel_create());
+    ASSERT_EQ(AParcel_writeStrongBinder(parcel.get(), binder.get()), STATUS_OK);
+    EXPECT_EQ(AIBinder_debugGetRefCount(binder.get()), references + 1);
+
+    ndk::ScopedAParcel copy(AParcel_create());
+    ASSERT_EQ(AParcel_appendFrom(parcel.get(), copy.get(), 0, AParcel_getDataSize(parcel.get())),
+              STATUS_OK);
+    EXPECT_EQ(AIBinder_debugGetRefCount(binder.get()), references + 2);
+    EXPECT_EQ(AParcel_appendFrom(parcel.get(), copy.get(), 0, 6), STATUS_BAD_VALUE);  // cuts it
+
+    AParcel_setDataPosition(copy.get(), 0);
+    int fd = -1;
+    EXPECT_EQ(AParcel_readParcelFileDescriptor(copy.get(), &fd), STATUS_BAD_VALUE);  // a binder
+    ndk::SpAIBinder read;
+    ASSERT_EQ(ndk::AParcel_readData(copy.get(), &read), STATUS_OK);
+    EXPECT_EQ(read, binder);
+    EXPECT_EQ(AIBinder_debugGetRefCount(binder.get()), references + 3);
+
+    parcel.set(nullptr);
+    copy.set(nullptr);
+    read.set(nullptr);
+    EXPECT_EQ(AIBinder_debugGetRefCount(binder.get()), references);
 }
 
 }  // namespace

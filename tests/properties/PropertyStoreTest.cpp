@@ -1,3 +1,4 @@
+// The host property store: the build.prop-style file it loads, defaults, and values set in process.
 #include <cutils/properties.h>
 #include <gtest/gtest.h>
 #include <host_properties.h>
@@ -6,12 +7,13 @@
 
 #include <fstream>
 #include <string>
+#include <utility>
 
 namespace {
 
 std::string get(const char* key, const char* default_value = "fallback") {
     char value[PROPERTY_VALUE_MAX];
-    int length = property_get(key, value, default_value);
+    const int length = property_get(key, value, default_value);
     EXPECT_EQ(static_cast<size_t>(length), std::string(value).size());
     return value;
 }
@@ -19,81 +21,63 @@ std::string get(const char* key, const char* default_value = "fallback") {
 class PropertyStoreTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        char path_template[] = "/tmp/properties-XXXXXX";
-        int fd = mkstemp(path_template);
+        const int fd = ::mkstemp(path_);
         ASSERT_GE(fd, 0);
-        close(fd);
-        path_ = path_template;
-        setenv(HOST_PROPERTIES_FILE_VARIABLE, path_.c_str(), 1);
+        ::close(fd);
+        std::ofstream(path_) << "# a comment\n\nro.build.type=user\n  persist.vendor.debug = 1 \n"
+                             << "line without equals sign\n=no key\nro.vendor.empty=\n"
+                             << "ro.vendor.too_long=" << std::string(PROPERTY_VALUE_MAX, 'x')
+                             << "\nro.vendor.last=true\n";
+        ::setenv(HOST_PROPERTIES_FILE_VARIABLE, path_, 1);
         host_properties_reset();
     }
     void TearDown() override {
-        unsetenv(HOST_PROPERTIES_FILE_VARIABLE);
+        ::unsetenv(HOST_PROPERTIES_FILE_VARIABLE);
         host_properties_reset();
-        unlink(path_.c_str());
-    }
-    void writeFile(const std::string& text) {
-        std::ofstream(path_) << text;
-        host_properties_reset();
+        ::unlink(path_);
     }
 
-    std::string path_;
+    char path_[32] = "/tmp/properties-XXXXXX";
 };
 
-TEST_F(PropertyStoreTest, FileValuesAreReadAndBadLinesSkipped) {
-    writeFile(
-            "# a comment\n"
-            "\n"
-            "ro.build.type=eng\n"
-            "  persist.vendor.tessaro.debug.draviklog = 1 \n"
-            "line without equals sign\n"
-            "=no key\n"
-            "ro.vendor.too_long=" +
-            std::string(PROPERTY_VALUE_MAX, 'x') +
-            "\n"
-            "ro.vendor.qel_nn_lazyhal_support=true\n");
-    EXPECT_EQ(get("ro.build.type"), "eng");
-    EXPECT_EQ(get("persist.vendor.tessaro.debug.draviklog"), "1");
-    EXPECT_EQ(get("ro.vendor.qel_nn_lazyhal_support"), "true");
-    EXPECT_EQ(get("ro.vendor.too_long"), "fallback");
-    EXPECT_EQ(get("line without equals sign"), "fallback");
-}
-
-TEST_F(PropertyStoreTest, UnsetAndEmptyValuesGiveTheDefault) {
-    writeFile("ro.vendor.empty=\n");
-    EXPECT_EQ(get("ro.vendor.empty"), "fallback");
-    EXPECT_EQ(get("ro.vendor.never.set"), "fallback");
+TEST_F(PropertyStoreTest, FileLinesAreReadOrSkippedAndUnsetKeysGiveTheDefault) {
+    const std::pair<const char*, const char*> expected[] = {
+            {"ro.build.type", "user"},
+            {"persist.vendor.debug", "1"},
+            {"ro.vendor.last", "true"},
+            {"ro.vendor.too_long", "fallback"},
+            {"line without equals sign", "fallback"},
+            {"", "fallback"},
+            {"ro.vendor.empty", "fallback"},
+            {"ro.vendor.never.set", "fallback"}};
+    for (const auto& [key, value] : expected) EXPECT_EQ(get(key), value) << key;
     EXPECT_EQ(get("ro.vendor.never.set", nullptr), "");
     // A default longer than a property value is cut to fit.
-    std::string long_default(PROPERTY_VALUE_MAX + 10, 'd');
+    const std::string long_default(PROPERTY_VALUE_MAX + 10, 'd');
     EXPECT_EQ(get("ro.vendor.never.set", long_default.c_str()),
               std::string(PROPERTY_VALUE_MAX - 1, 'd'));
+
+    ::setenv(HOST_PROPERTIES_FILE_VARIABLE, "/nonexistent/build.prop", 1);
+    host_properties_reset();
+    EXPECT_EQ(get("ro.build.type"), "fallback");
 }
 
-TEST_F(PropertyStoreTest, SetOverridesTheFileAndResetForgets) {
-    writeFile("ro.build.type=user\n");
+TEST_F(PropertyStoreTest, SetOverridesTheFileUntilReset) {
     ASSERT_EQ(property_set("ro.build.type", "eng"), 0);
     EXPECT_EQ(get("ro.build.type"), "eng");
     ASSERT_EQ(property_set("ro.build.type", ""), 0);
     EXPECT_EQ(get("ro.build.type"), "fallback");
     host_properties_reset();
     EXPECT_EQ(get("ro.build.type"), "user");
-}
 
-TEST_F(PropertyStoreTest, SetRefusesBadKeysAndValues) {
+    const std::string longest(PROPERTY_VALUE_MAX - 1, 'v');
+    EXPECT_EQ(property_set("ro.vendor.key", longest.c_str()), 0);
+    EXPECT_EQ(property_set("ro.vendor.key", (longest + "v").c_str()), -1);
+    EXPECT_EQ(property_set("ro.vendor.key", nullptr), -1);
     EXPECT_EQ(property_set(nullptr, "1"), -1);
     EXPECT_EQ(property_set("", "1"), -1);
-    EXPECT_EQ(property_set("ro.vendor.key", nullptr), -1);
     EXPECT_EQ(property_set(std::string(300, 'k').c_str(), "1"), -1);
-    EXPECT_EQ(property_set("ro.vendor.key", std::string(PROPERTY_VALUE_MAX, 'v').c_str()), -1);
-    EXPECT_EQ(property_set("ro.vendor.key", std::string(PROPERTY_VALUE_MAX - 1, 'v').c_str()), 0);
-    EXPECT_EQ(get("ro.vendor.key"), std::string(PROPERTY_VALUE_MAX - 1, 'v'));
-}
-
-TEST_F(PropertyStoreTest, MissingFileLeavesOnlyDefaults) {
-    setenv(HOST_PROPERTIES_FILE_VARIABLE, "/nonexistent/build.prop", 1);
-    host_properties_reset();
-    EXPECT_EQ(get("ro.build.type", "userdebug"), "userdebug");
+    EXPECT_EQ(get("ro.vendor.key"), longest);
 }
 
 }  // namespace
