@@ -1,19 +1,82 @@
-// Generated interfaces at work: every argument and return type through the proxy, the stub and
-// the parcels between them, plus the stub's answers to malformed transactions.
+// Generated interfaces at work on the probe: every argument kind through the proxy, the stub and
+// the parcels between them, out parameters and failures, interfaces as arguments, and the proxy's
+// version queries. Transaction codes and malformed transactions are checked on the real
+// interface (tests/interface).
 
-#include "ProbeService.h"
-
+#include <aidl/tessaro/generator/probe/BnGeneratorProbe.h>
+#include <aidl/tessaro/generator/probe/BnProbeListener.h>
 #include <aidl/tessaro/generator/probe/BpGeneratorProbe.h>
-#include <aidl/tessaro/generator/probe/IGeneratorProbe.h>
 #include <android/binder_parcel_utils.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <climits>
+#include <stdexcept>
 
 namespace aidl_generator_test {
 namespace {
 
-using ::aidl::tessaro::generator::probe::BpGeneratorProbe;
-using ::aidl::tessaro::generator::probe::IGeneratorProbe;
-using ::aidl::tessaro::generator::probe::IGeneratorProbeDefault;
+using ::aidl::android::hardware::common::NativeHandle;
+using namespace ::aidl::tessaro::generator::probe;
+
+ndk::ScopedFileDescriptor memoryFile(const std::string& text) {
+    ndk::ScopedFileDescriptor file(::memfd_create("aidl-probe", MFD_CLOEXEC));
+    if (file.get() < 0 ||
+        ::pwrite(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+        throw std::runtime_error("cannot make a memory file");
+    }
+    return file;
+}
+
+// What a short file holds.
+std::string fileText(const ndk::ScopedFileDescriptor& file) {
+    char buffer[64];
+    ssize_t count = ::pread(file.get(), buffer, sizeof(buffer), 0);
+    return count > 0 ? std::string(buffer, static_cast<size_t>(count)) : std::string();
+}
+
+// Answers from its arguments alone.
+class ProbeService : public BnGeneratorProbe {
+  public:
+    ndk::ScopedAStatus pack(bool flag, int32_t count, int64_t total, const std::string& label,
+                            const ndk::ScopedFileDescriptor& file, const std::vector<int32_t>& ints,
+                            const std::vector<int64_t>& longs,
+                            const std::vector<ndk::ScopedFileDescriptor>& files,
+                            const ProbeInner& inner, const std::vector<ProbeInner>& inners,
+                            ProbeRecord* record) override {
+        std::vector<ndk::ScopedFileDescriptor> copies;
+        for (const ndk::ScopedFileDescriptor& each : files) copies.push_back(each.dup());
+        *record = {flag,  count, total, label, file.dup(), ints, longs, std::move(copies),
+                   inner, inners};
+        return ndk::ScopedAStatus::ok();
+    }
+    // Everything is filled before a failure: the caller must see none of it.
+    ndk::ScopedAStatus split(const NativeHandle& handle, int32_t exception_code,
+                             std::vector<int32_t>* ints, NativeHandle* copy,
+                             int32_t* descriptor_count) override {
+        *ints = handle.ints;
+        copy->ints.assign(handle.ints.rbegin(), handle.ints.rend());
+        for (const ndk::ScopedFileDescriptor& each : handle.fds) copy->fds.push_back(each.dup());
+        *descriptor_count = static_cast<int32_t>(handle.fds.size());
+        if (exception_code != 0) return ndk::ScopedAStatus::fromExceptionCode(exception_code);
+        return ndk::ScopedAStatus::ok();
+    }
+    ndk::ScopedAStatus callListener(const std::shared_ptr<IProbeListener>& listener, int32_t value,
+                                    int32_t* answer) override {
+        ndk::ScopedAStatus status = listener->notify(value, answer);
+        if (status.isOk()) *answer += 1;
+        return status;
+    }
+};
+
+class TimesTen : public BnProbeListener {
+  public:
+    ndk::ScopedAStatus notify(int32_t value, int32_t* answer) override {
+        *answer = value * 10;
+        return ndk::ScopedAStatus::ok();
+    }
+};
 
 // A proxy over the service's local binder: calls go through AIBinder_transact and the generated
 // onTransact, as they would from another process.
@@ -24,179 +87,111 @@ class GeneratedInterfaceTest : public ::testing::Test {
             ndk::SharedRefBase::make<BpGeneratorProbe>(service_->asBinder());
 };
 
-TEST_F(GeneratedInterfaceTest, PrimitivesAndStringsRoundTrip) {
-    bool inverted = false;
-    ASSERT_TRUE(proxy_->invert(false, &inverted).isOk());
-    EXPECT_TRUE(inverted);
-    int32_t sum = 0;
-    ASSERT_TRUE(proxy_->add(-40, 2, &sum).isOk());
-    EXPECT_EQ(sum, -38);
-    int64_t negated = 0;
-    ASSERT_TRUE(proxy_->negate(INT64_MAX, &negated).isOk());
-    EXPECT_EQ(negated, -INT64_MAX);
-    std::string echoed;
-    ASSERT_TRUE(proxy_->echo("abc \xe2\x82\xac", &echoed).isOk());
-    EXPECT_EQ(echoed, "<abc \xe2\x82\xac>");
-    std::vector<int32_t> ints;
-    ASSERT_TRUE(proxy_->reverseInts({1, 2, 3}, &ints).isOk());
-    EXPECT_EQ(ints, (std::vector<int32_t>{3, 2, 1}));
-    std::vector<int64_t> longs;
-    ASSERT_TRUE(proxy_->reverseLongs({INT64_MIN, 5}, &longs).isOk());
-    EXPECT_EQ(longs, (std::vector<int64_t>{5, INT64_MIN}));
-    ASSERT_TRUE(proxy_->reverseLongs({}, &longs).isOk());
-    EXPECT_TRUE(longs.empty());
-    EXPECT_EQ(service_->calls(), 7);
-}
-
-TEST_F(GeneratedInterfaceTest, DescriptorsArriveAsNewDescriptorsOfTheSameFile) {
-    ndk::ScopedFileDescriptor file = makeMemoryFile("payload");
-    ndk::ScopedFileDescriptor returned;
-    ASSERT_TRUE(proxy_->duplicate(file, &returned).isOk());
-    ASSERT_GE(returned.get(), 0);
-    EXPECT_NE(returned.get(), file.get());
-    EXPECT_EQ(fileText(returned.get()), "payload");
-
+TEST_F(GeneratedInterfaceTest, EveryArgumentKindArrivesInItsPlace) {
     std::vector<ndk::ScopedFileDescriptor> files;
-    files.push_back(makeMemoryFile("one"));
-    files.push_back(makeMemoryFile("two"));
-    std::vector<ndk::ScopedFileDescriptor> copies;
-    ASSERT_TRUE(proxy_->duplicateAll(files, &copies).isOk());
-    ASSERT_EQ(copies.size(), 2u);
-    EXPECT_EQ(fileText(copies[0].get()), "one");
-    EXPECT_EQ(fileText(copies[1].get()), "two");
-
-    // A missing descriptor is refused before anything is sent.
-    int calls_before = service_->calls();
-    ndk::ScopedAStatus status = proxy_->duplicate(ndk::ScopedFileDescriptor(), &returned);
-    EXPECT_EQ(status.getStatus(), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(service_->calls(), calls_before);
-}
-
-TEST_F(GeneratedInterfaceTest, RecordsRoundTrip) {
+    files.push_back(memoryFile("first"));
+    files.push_back(memoryFile("second"));
+    const ProbeInner inner{7, "inner"};
+    const std::vector<ProbeInner> inners = {{1, ""}, {0, "two \xc3\xa9"}};
     ProbeRecord record;
-    record.flag = false;
-    record.count = 12;
-    record.label = "record";
-    record.file = makeMemoryFile("record file");
-    record.longs = {9, 8};
-    record.files.push_back(makeMemoryFile("listed"));
-    record.inner.value = 4;
-    record.inners.resize(1);
-    record.inners[0].name = "only";
-    ProbeRecord mirrored;
-    ASSERT_TRUE(proxy_->mirror(record, &mirrored).isOk());
-    EXPECT_EQ(mirrored.flag, false);
-    EXPECT_EQ(mirrored.count, 12);
-    EXPECT_EQ(mirrored.total, 16);
-    EXPECT_EQ(mirrored.label, "record");
-    EXPECT_EQ(fileText(mirrored.file.get()), "record file");
-    EXPECT_EQ(mirrored.longs, record.longs);
-    ASSERT_EQ(mirrored.files.size(), 1u);
-    EXPECT_EQ(fileText(mirrored.files[0].get()), "listed");
-    EXPECT_EQ(mirrored.inner, record.inner);
-    EXPECT_EQ(mirrored.inners, record.inners);
-
-    std::vector<ProbeInner> inners(3);
-    inners[0].value = 3;
-    inners[1].value = -1;
-    inners[2].value = 2;
-    std::vector<ProbeInner> sorted;
-    ASSERT_TRUE(proxy_->sortInners(inners, &sorted).isOk());
-    ASSERT_EQ(sorted.size(), 3u);
-    EXPECT_EQ(sorted[0].value, -1);
-    EXPECT_EQ(sorted[1].value, 2);
-    EXPECT_EQ(sorted[2].value, 3);
+    ASSERT_TRUE(proxy_->pack(false, -41, INT64_MIN, "label \xe2\x82\xac", memoryFile("single"),
+                             {3, -1, 4}, {INT64_MAX, 0}, files, inner, inners, &record)
+                        .isOk());
+    EXPECT_FALSE(record.flag);
+    EXPECT_EQ(record.count, -41);
+    EXPECT_EQ(record.total, INT64_MIN);
+    EXPECT_EQ(record.label, "label \xe2\x82\xac");
+    EXPECT_EQ(fileText(record.file), "single");
+    EXPECT_EQ(record.ints, (std::vector<int32_t>{3, -1, 4}));
+    EXPECT_EQ(record.longs, (std::vector<int64_t>{INT64_MAX, 0}));
+    ASSERT_EQ(record.files.size(), 2u);
+    EXPECT_EQ(fileText(record.files[0]), "first");
+    EXPECT_EQ(fileText(record.files[1]), "second");
+    EXPECT_EQ(record.inner, inner);
+    EXPECT_EQ(record.inners, inners);
 }
 
-TEST_F(GeneratedInterfaceTest, OutParametersFollowTheReturnValue) {
+TEST_F(GeneratedInterfaceTest, OutParametersFollowTheReturnValueOnlyOnSuccess) {
     NativeHandle handle;
-    handle.fds.push_back(makeMemoryFile("fence"));
+    handle.fds.push_back(memoryFile("fence"));
     handle.ints = {10, 20, 30};
     std::vector<int32_t> ints;
     NativeHandle copy;
-    ASSERT_TRUE(proxy_->split(handle, &ints, &copy).isOk());
+    int32_t descriptor_count = 0;
+    ASSERT_TRUE(proxy_->split(handle, 0, &ints, &copy, &descriptor_count).isOk());
+    EXPECT_EQ(descriptor_count, 1);
     EXPECT_EQ(ints, handle.ints);
     EXPECT_EQ(copy.ints, (std::vector<int32_t>{30, 20, 10}));
     ASSERT_EQ(copy.fds.size(), 1u);
-    EXPECT_EQ(fileText(copy.fds[0].get()), "fence");
+    EXPECT_EQ(fileText(copy.fds[0]), "fence");
+
+    // A failed call carries only its status: what the caller had stays.
+    std::vector<int32_t> kept_ints = {5};
+    NativeHandle kept_copy;
+    int32_t kept_count = -1;
+    ndk::ScopedAStatus status =
+            proxy_->split(handle, EX_ILLEGAL_ARGUMENT, &kept_ints, &kept_copy, &kept_count);
+    EXPECT_EQ(status.getExceptionCode(), EX_ILLEGAL_ARGUMENT);
+    EXPECT_EQ(kept_ints, std::vector<int32_t>{5});
+    EXPECT_TRUE(kept_copy.ints.empty());
+    EXPECT_EQ(kept_count, -1);
 }
 
-// A failed call carries only its status: out parameters keep what the caller had.
-TEST_F(GeneratedInterfaceTest, FailedCallsCarryOnlyTheirStatus) {
-    for (binder_exception_t exception : {EX_ILLEGAL_ARGUMENT, EX_UNSUPPORTED_OPERATION}) {
-        ProbeInner inner;
-        inner.value = 1;
-        ndk::ScopedAStatus status = proxy_->refuse(exception, &inner);
-        EXPECT_FALSE(status.isOk());
-        EXPECT_EQ(status.getExceptionCode(), exception);
-        EXPECT_EQ(inner.value, 1);
-        EXPECT_TRUE(inner.name.empty());
-    }
-}
-
-TEST_F(GeneratedInterfaceTest, InterfacesTravelAsBinders) {
-    std::shared_ptr<ProbeListener> listener = ndk::SharedRefBase::make<ProbeListener>();
+TEST_F(GeneratedInterfaceTest, InterfacesTravelAsBindersOfTheirClass) {
+    std::shared_ptr<TimesTen> listener = ndk::SharedRefBase::make<TimesTen>();
     int32_t answer = 0;
     ASSERT_TRUE(proxy_->callListener(listener, 4, &answer).isOk());
     EXPECT_EQ(answer, 41);
-
-    int calls_before = service_->calls();
-    ndk::ScopedAStatus status = proxy_->callListener(nullptr, 4, &answer);
-    EXPECT_EQ(status.getStatus(), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(service_->calls(), calls_before);
-}
-
-TEST_F(GeneratedInterfaceTest, FromBinderFindsLocalObjectsAndChecksTheClass) {
     EXPECT_EQ(IGeneratorProbe::fromBinder(service_->asBinder()), service_);
-    EXPECT_EQ(IGeneratorProbe::fromBinder(ndk::SpAIBinder()), nullptr);
-    std::shared_ptr<ProbeListener> listener = ndk::SharedRefBase::make<ProbeListener>();
     EXPECT_EQ(IGeneratorProbe::fromBinder(listener->asBinder()), nullptr);
     EXPECT_EQ(IProbeListener::fromBinder(listener->asBinder()), listener);
-    EXPECT_FALSE(proxy_->isRemote());  // the binder behind it is local
-    EXPECT_STREQ(IGeneratorProbe::descriptor, "tessaro.generator.probe.IGeneratorProbe");
 }
 
-// Raw transactions: the arguments follow the token in declaration order, a short argument list
-// fails without reaching the method, and unknown codes are refused.
-TEST_F(GeneratedInterfaceTest, StubAnswersMalformedTransactions) {
-    auto transact = [this](transaction_code_t code, const std::vector<int32_t>& arguments,
-                           ndk::ScopedAParcel* reply) {
-        ndk::SpAIBinder binder = service_->asBinder();
-        ndk::ScopedAParcel request;
-        EXPECT_EQ(AIBinder_prepareTransaction(binder.get(), request.getR()), STATUS_OK);
-        for (int32_t argument : arguments) AParcel_writeInt32(request.get(), argument);
-        return AIBinder_transact(binder.get(), code, request.getR(), reply->getR(), 0);
-    };
+// A remote object of the probe's class that is not generated code: it fails the first query of
+// each kind, then answers version 41 and hash "remote", counting the queries that reach it.
+struct CountingRemote {
+    int queries[2] = {0, 0};  // version, hash
 
-    // add() is the second method: FIRST_CALL_TRANSACTION + 1.
-    ndk::ScopedAParcel reply;
-    ASSERT_EQ(transact(FIRST_CALL_TRANSACTION + 1, {20, 22}, &reply), STATUS_OK);
-    ndk::ScopedAStatus status;
-    ASSERT_EQ(AParcel_readStatusHeader(reply.get(), status.getR()), STATUS_OK);
-    ASSERT_TRUE(status.isOk());
-    int32_t sum = 0;
-    ASSERT_EQ(AParcel_readInt32(reply.get(), &sum), STATUS_OK);
-    EXPECT_EQ(sum, 42);
-    EXPECT_EQ(service_->calls(), 1);
+    static void* onCreate(void* remote) { return remote; }
+    static void onDestroy(void*) {}
+    static binder_status_t onTransact(AIBinder* binder, transaction_code_t code, const AParcel*,
+                                      AParcel* reply) {
+        bool version = code == IGeneratorProbe::TRANSACTION_getInterfaceVersion;
+        auto* remote = static_cast<CountingRemote*>(AIBinder_getUserData(binder));
+        if (++remote->queries[version ? 0 : 1] == 1) {
+            return AParcel_writeStatusHeader(
+                    reply, ndk::ScopedAStatus::fromExceptionCode(EX_ILLEGAL_STATE).get());
+        }
+        AParcel_writeStatusHeader(reply, ndk::ScopedAStatus::ok().get());
+        return version ? AParcel_writeInt32(reply, 41)
+                       : ndk::AParcel_writeData(reply, std::string("remote"));
+    }
+};
 
-    ndk::ScopedAParcel short_reply;
-    EXPECT_EQ(transact(FIRST_CALL_TRANSACTION + 1, {20}, &short_reply), STATUS_NOT_ENOUGH_DATA);
-    EXPECT_EQ(service_->calls(), 1);
+TEST(VersionQueryTest, ProxyCachesTheFirstSuccessfulAnswer) {
+    // The platform's reserved codes: the last two of the user range.
+    EXPECT_EQ(IGeneratorProbe::TRANSACTION_getInterfaceVersion, 0x00ffffffu);
+    EXPECT_EQ(IGeneratorProbe::TRANSACTION_getInterfaceHash, 0x00fffffeu);
 
-    ndk::ScopedAParcel unknown_reply;
-    EXPECT_EQ(transact(FIRST_CALL_TRANSACTION + 13, {}, &unknown_reply),
-              STATUS_UNKNOWN_TRANSACTION);
-    EXPECT_EQ(service_->calls(), 1);
-}
-
-TEST(GeneratedDefaultTest, DefaultImplementationAnswersUnknownTransaction) {
-    auto fallback = ndk::SharedRefBase::make<IGeneratorProbeDefault>();
-    int32_t sum = 0;
-    EXPECT_EQ(fallback->add(1, 2, &sum).getStatus(), STATUS_UNKNOWN_TRANSACTION);
-    ProbeInner inner;
-    EXPECT_EQ(fallback->refuse(EX_ILLEGAL_STATE, &inner).getStatus(), STATUS_UNKNOWN_TRANSACTION);
-    EXPECT_FALSE(fallback->isRemote());
-    EXPECT_EQ(fallback->asBinder().get(), nullptr);
+    // Binder classes live as long as the process, as on the platform.
+    static AIBinder_Class* const remote_class =
+            AIBinder_Class_define(IGeneratorProbe::descriptor, CountingRemote::onCreate,
+                                  CountingRemote::onDestroy, CountingRemote::onTransact);
+    CountingRemote remote;
+    auto proxy = ndk::SharedRefBase::make<BpGeneratorProbe>(
+            ndk::SpAIBinder(AIBinder_new(remote_class, &remote)));
+    int32_t version = 0;
+    std::string hash;
+    EXPECT_EQ(proxy->getInterfaceVersion(&version).getExceptionCode(), EX_ILLEGAL_STATE);
+    EXPECT_EQ(proxy->getInterfaceHash(&hash).getExceptionCode(), EX_ILLEGAL_STATE);
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        ASSERT_TRUE(proxy->getInterfaceVersion(&version).isOk());
+        ASSERT_TRUE(proxy->getInterfaceHash(&hash).isOk());
+        EXPECT_EQ(version, 41);
+        EXPECT_EQ(hash, "remote");
+    }
+    EXPECT_EQ(remote.queries[0], 2);
+    EXPECT_EQ(remote.queries[1], 2);
 }
 
 }  // namespace

@@ -5,20 +5,14 @@ import tessaro.generator.probe.IProbeListener;
 import tessaro.generator.probe.ProbeInner;
 import tessaro.generator.probe.ProbeRecord;
 
-/** Every supported argument and return type, out parameters and failures. */
+/** Every supported argument kind, a return value beside out parameters, and failures. */
 @VintfStability
 interface IGeneratorProbe {
-    boolean invert(in boolean value);
-    int add(in int left, in int right);
-    long negate(in long value);
-    String echo(in String text);
-    ParcelFileDescriptor duplicate(in ParcelFileDescriptor file);
-    int[] reverseInts(in int[] values);
-    long[] reverseLongs(in long[] values);
-    ParcelFileDescriptor[] duplicateAll(in ParcelFileDescriptor[] files);
-    ProbeRecord mirror(in ProbeRecord record);
-    ProbeInner[] sortInners(in ProbeInner[] inners);
-    void split(in NativeHandle handle, out int[] ints, out NativeHandle copy);
+    /** One argument of every kind, in the order of the record's fields. */
+    ProbeRecord pack(in boolean flag, in int count, in long total, in String label,
+            in ParcelFileDescriptor file, in int[] ints, in long[] longs,
+            in ParcelFileDescriptor[] files, in ProbeInner inner, in ProbeInner[] inners);
+    /** Fills the out parameters, then fails with exceptionCode unless it is 0. */
+    int split(in NativeHandle handle, in int exceptionCode, out int[] ints, out NativeHandle copy);
     int callListener(in IProbeListener listener, in int value);
-    void refuse(in int exceptionCode, out ProbeInner inner);
 }
