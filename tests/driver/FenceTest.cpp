@@ -1,9 +1,7 @@
-// Fenced runs: the fence a run hands back, the input fence it waits on, and cancellation.
+// Fenced runs: the fence a run hands back and the input fence it waits on.
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-
-#include <vector>
 
 #include "DriverTestSupport.h"
 
@@ -12,110 +10,62 @@ namespace {
 
 using FenceTest = DriverTest;
 
-void signal(int eventfd_descriptor) {
-    const uint64_t one = 1;
-    ASSERT_EQ(write(eventfd_descriptor, &one, sizeof(one)), static_cast<ssize_t>(sizeof(one)));
+int64_t runInfo(dravik_cmd* command, int32_t kind) {
+    return dravikCmd_getRunInfo(command, kind);
 }
 
-int64_t runCount(dravik_cmd* command) {
-    return dravikCmd_getRunInfo(command, DRAVIK_REFERENCE_CMD_RUN_INFO_RUN_COUNT);
-}
-
-TEST_F(FenceTest, TheFencePollsReadableOnceTheRunIsOver) {
-    ScopedSession session;
-    const BuiltCommand built = makeBuiltCommand(session.get());
-    const int fence = dravikCmd_runFence(built.command, -1, 0);
-    ASSERT_GT(fence, 2);
-    EXPECT_TRUE(pollsReadable(fence, -1));
-    EXPECT_EQ(runCount(built.command), 1);
-    EXPECT_EQ(dravikCmd_getRunInfo(built.command, DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS), 0);
-    EXPECT_NE(fcntl(fence, F_GETFD) & FD_CLOEXEC, 0);
-    close(fence);
-}
-
+// The second run waits on the first one's fence, the first on an eventfd; while they wait, the
+// first command's structure is held.
 TEST_F(FenceTest, ARunWaitsForItsInputFenceAndFencesChain) {
     ScopedSession session;
-    const BuiltCommand first = makeBuiltCommand(session.get());
-    const BuiltCommand second =
-            makeBuiltCommand(session.get(), DRAVIK_REFERENCE_DEVICE_COPY_ENGINE);
-    const int input = eventfd(0, EFD_CLOEXEC);
-    const int handed_over = dup(input);
-    const int first_fence = dravikCmd_runFence(first.command, handed_over, 0);
-    ASSERT_GT(first_fence, 2);
-    // The driver keeps its own copy of the input fence.
-    close(handed_over);
-    const int second_fence = dravikCmd_runFence(second.command, first_fence, 0);
-    ASSERT_GT(second_fence, 2);
+    const ProgramCommand first = makeEmptyCommand(session.get());
+    const ProgramCommand second = makeEmptyCommand(session.get());
+    const Descriptor input(eventfd(0, EFD_CLOEXEC));
+    Descriptor handed_over(dup(input.get()));
+    const Descriptor first_fence(dravikCmd_runFence(first.command, handed_over.get(), 0));
+    ASSERT_GT(first_fence.get(), 2);
+    EXPECT_NE(fcntl(first_fence.get(), F_GETFD) & FD_CLOEXEC, 0);
+    handed_over.reset();  // the driver keeps its own copy
+    const Descriptor second_fence(dravikCmd_runFence(second.command, first_fence.get(), 0));
+    ASSERT_GT(second_fence.get(), 2);
 
-    // However long it is given, the first run waits for input, and the second for the first.
-    EXPECT_FALSE(pollsReadable(first_fence, 100));
-    EXPECT_FALSE(pollsReadable(second_fence, 0));
-    EXPECT_EQ(runCount(first.command), 0);
-    signal(input);
-    EXPECT_TRUE(pollsReadable(second_fence, -1));
-    EXPECT_TRUE(pollsReadable(first_fence, 0));
-    EXPECT_EQ(runCount(first.command), 1);
-    EXPECT_EQ(runCount(second.command), 1);
-    close(first_fence);
-    close(second_fence);
-    close(input);
+    EXPECT_FALSE(pollsReadable(first_fence.get(), 100));
+    EXPECT_FALSE(pollsReadable(second_fence.get(), 0));
+    EXPECT_EQ(runInfo(first.command, DRAVIK_REFERENCE_CMD_RUN_INFO_RUN_COUNT), 0);
+    EXPECT_EQ(errnoOfFailure(dravikCmd_createSubcmd(first.command, 1)), EBUSY);
+    EXPECT_EQ(errnoOfFailure(dravikCmd_build(first.command)), EBUSY);
+    EXPECT_EQ(errnoOfFailure(dravikSubCmd_addCmdBuf(first.sub_commands[0], first.buffers[0],
+                                                    DRAVIK_REFERENCE_ADD_CMD_BUF_REPLACE)),
+              EBUSY);
+    EXPECT_EQ(dravikCmd_setParam(first.command, DRAVIK_REFERENCE_CMD_PARAM_PRIORITY, 3), 0)
+            << "parameters may change at any time";
+
+    signalEvent(input.get());
+    EXPECT_TRUE(pollsReadable(second_fence.get(), -1));
+    EXPECT_TRUE(pollsReadable(first_fence.get(), 0));
+    for (const ProgramCommand* made : {&first, &second}) {
+        EXPECT_EQ(runInfo(made->command, DRAVIK_REFERENCE_CMD_RUN_INFO_RUN_COUNT), 1);
+        EXPECT_EQ(runInfo(made->command, DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS), 0);
+    }
+    EXPECT_NE(dravikCmd_createSubcmd(first.command, 1), nullptr) << "the structure is free again";
 }
 
+// A hang-up instead of a signal fails the run with EIO; the fence says it is over all the same.
 TEST_F(FenceTest, AnInputFenceThatFailsFailsTheRun) {
     ScopedSession session;
-    const BuiltCommand built = makeBuiltCommand(session.get());
+    const ProgramCommand built = makeEmptyCommand(session.get());
     int pipe_ends[2];
     ASSERT_EQ(pipe2(pipe_ends, O_CLOEXEC), 0);
-    const int fence = dravikCmd_runFence(built.command, pipe_ends[0], 0);
-    ASSERT_GT(fence, 2);
-    close(pipe_ends[1]);  // hang-up, never readable data
-    EXPECT_TRUE(pollsReadable(fence, -1));
-    EXPECT_EQ(dravikCmd_getRunInfo(built.command, DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS), EIO);
-    EXPECT_EQ(
-            dravikSubCmd_getRunInfo(built.sub_command, DRAVIK_REFERENCE_SUBCMD_RUN_INFO_RUN_COUNT),
-            0);
-    close(pipe_ends[0]);
-    close(fence);
-}
-
-TEST_F(FenceTest, BadFencedRunsAreRefused) {
-    ScopedSession session;
-    const BuiltCommand built = makeBuiltCommand(session.get());
-    dravik_cmd* unbuilt = dravikSession_createCmd(session.get());
-    const int closed = eventfd(0, EFD_CLOEXEC);
-    close(closed);
-    EXPECT_EQ(errnoOfFailure(dravikCmd_runFence(built.command, -1, 1)), EINVAL);
-    EXPECT_EQ(errnoOfFailure(dravikCmd_runFence(built.command, -2, 0)), EINVAL);
-    EXPECT_EQ(errnoOfFailure(dravikCmd_runFence(built.command, closed, 0)), EBADF);
-    EXPECT_EQ(errnoOfFailure(dravikCmd_runFence(unbuilt, -1, 0)), ENOEXEC);
-    EXPECT_EQ(runCount(built.command), 0);
-}
-
-TEST_F(FenceTest, DeletingACommandCancelsItsQueuedRunsAndSignalsTheirFences) {
-    ScopedSession session;
-    const BuiltCommand built = makeBuiltCommand(session.get());
-    const int never = eventfd(0, EFD_CLOEXEC);
-    std::vector<int> fences;
-    int refusal = 0;
-    while (refusal == 0 && fences.size() <= DRAVIK_REFERENCE_MAX_QUEUED_RUNS + 1) {
-        const int fence = dravikCmd_runFence(built.command, never, 0);
-        if (fence > 0) {
-            fences.push_back(fence);
-        } else {
-            refusal = errno;
-        }
-    }
-    EXPECT_EQ(refusal, EBUSY);
-    // The first run may already have left the queue to wait on its input fence.
-    EXPECT_GE(fences.size(), static_cast<std::size_t>(DRAVIK_REFERENCE_MAX_QUEUED_RUNS));
-    EXPECT_LE(fences.size(), static_cast<std::size_t>(DRAVIK_REFERENCE_MAX_QUEUED_RUNS + 1));
-
-    ASSERT_EQ(dravikSession_deleteCmd(session.get(), built.command), 0);
-    for (const int fence : fences) {
-        EXPECT_TRUE(pollsReadable(fence, -1));
-        close(fence);
-    }
-    close(never);
+    const Descriptor reader(pipe_ends[0]);
+    Descriptor writer(pipe_ends[1]);
+    const Descriptor fence(dravikCmd_runFence(built.command, reader.get(), 0));
+    ASSERT_GT(fence.get(), 2);
+    writer.reset();
+    EXPECT_TRUE(pollsReadable(fence.get(), -1));
+    EXPECT_EQ(runInfo(built.command, DRAVIK_REFERENCE_CMD_RUN_INFO_STATUS), EIO);
+    EXPECT_EQ(dravikSubCmd_getRunInfo(built.sub_commands[0],
+                                      DRAVIK_REFERENCE_SUBCMD_RUN_INFO_RUN_COUNT),
+              0);
 }
 
 }  // namespace
