@@ -1,57 +1,46 @@
 // A client that sends what no well-behaved client sends, beside one that works as usual: each
 // bad request gets its clean error, the bad client is still served afterwards, and the other
 // client never notices.
+#include <android/binder_status.h>
 #include <gtest/gtest.h>
 
-#include "ClientProcess.h"
 #include "ServiceHost.h"
 
 namespace e2e {
 namespace {
 
-std::string answer(const char* kind, binder_status_t status) {
-    return std::string(kind) + " " + std::to_string(status);
-}
+using namespace std::chrono_literals;
 
 TEST(BadInputTest, EachBadRequestGetsItsErrorWhileAnotherClientIsServed) {
-    const dravik_reference_live_counts before = liveCounts();
-    ClientProcess steady(testClientPath(), {});
-    ASSERT_TRUE(steady.readLine().has_value());
-    ASSERT_EQ(steady.ask("callback"), "ok");
-    steady.ask("soak 5 400", std::chrono::milliseconds(0));
-
-    ClientProcess bad(TESSARO_BAD_CLIENT, {"wrong-token", "unknown-code", "oversized-list",
-                                           "descriptor-flood", "garbage-frame", "oversized-frame"});
-    const std::vector<std::string> expected = {
+    const std::string before = holdings();
+    auto steady = startClient();
+    ASSERT_TRUE(steady->send("soak 5 400"));
+    auto bad = startClient();
+    const std::pair<const char*, std::string> requests[] = {
             // Refused by the service's side of the call.
-            answer("wrong-token", STATUS_BAD_TYPE),
-            answer("unknown-code", STATUS_UNKNOWN_TRANSACTION),
+            {"wrong-token", std::to_string(STATUS_BAD_TYPE)},
+            {"unknown-code", std::to_string(STATUS_UNKNOWN_TRANSACTION)},
             // Refused before they leave the client: a frame may not carry them.
-            answer("oversized-list", STATUS_FAILED_TRANSACTION),
-            answer("descriptor-flood", STATUS_FAILED_TRANSACTION),
+            {"oversized-list", std::to_string(STATUS_FAILED_TRANSACTION)},
+            {"descriptor-flood", std::to_string(STATUS_FAILED_TRANSACTION)},
             // Raw bytes on a connection of their own: that connection is closed.
-            "garbage-frame closed",
-            "oversized-frame closed",
+            {"garbage-frame", "closed"},
+            {"oversized-frame", "closed"},
+            // Silent connections by the hundred, held while both clients go on.
+            {"flood 300", "holding 300"},
+            {"release", "released"},
     };
-    for (const std::string& line : expected) {
-        EXPECT_EQ(bad.readLine(std::chrono::seconds(30)), line);
-        EXPECT_EQ(bad.readLine(std::chrono::seconds(30)), "served yes") << "after " << line;
+    for (const auto& [request, answer] : requests) {
+        EXPECT_EQ(bad->ask(request, 30s), answer);
+        EXPECT_NE(bad->ask("session").value_or("failed"), "failed")
+                << "not served after " << request;
     }
-    EXPECT_EQ(bad.wait(), 0);
 
-    // Silent connections by the hundred, held while the other client works on.
-    ClientProcess flood(TESSARO_BAD_CLIENT, {"flood", "300"});
-    EXPECT_EQ(flood.readLine(std::chrono::seconds(30)), "holding 300");
-    EXPECT_EQ(flood.ask("release", std::chrono::seconds(30)), "served yes");
-    EXPECT_EQ(flood.wait(), 0);
-
-    std::optional<std::string> done;
-    do {
-        done = steady.readLine(std::chrono::seconds(60));
-    } while (done && done->rfind("done ", 0) != 0);
-    ASSERT_TRUE(done.has_value()) << "the well-behaved client did not finish";
-    EXPECT_EQ(steady.ask("uncallback"), "ok");
-    EXPECT_TRUE(eventually([&] { return sameCounts(liveCounts(), before); }));
+    EXPECT_EQ(steady->readLine(60s), "done 0") << "calls of the well-behaved client failed";
+    steady.reset();
+    bad.reset();  // its sessions go with it
+    EXPECT_TRUE(eventually([&] { return holdings() == before; })) << holdings() << "\nbefore:\n"
+                                                                  << before;
 }
 
 }  // namespace

@@ -1,168 +1,129 @@
-// Clients in processes of their own: what they leave behind when they die, and what they get.
+// Clients killed with SIGKILL wherever they are, beside clients that carry on: afterwards nothing
+// of the dead is left in the service, in the driver or among the process's descriptors, and the
+// others never noticed.
+#include <android/log.h>
 #include <gtest/gtest.h>
-
 #include <signal.h>
 #include <unistd.h>
-#include <algorithm>
 
-#include "ClientProcess.h"
+#include <filesystem>
+#include <random>
+#include <regex>
+
 #include "ServiceHost.h"
 #include "tests/service/PlatformRecorder.h"
 
 namespace e2e {
 namespace {
 
-// A client that has announced itself, with its callback registered.
-std::unique_ptr<ClientProcess> startClient() {
-    auto client = std::make_unique<ClientProcess>(testClientPath(), std::vector<std::string>{});
-    const auto ready = client->readLine();
-    EXPECT_EQ(ready, "ready " + std::to_string(client->pid()));
-    EXPECT_EQ(client->ask("callback"), "ok");
-    return client;
-}
+using namespace std::chrono_literals;
 
-uint64_t createSession(ClientProcess& client, int blocks) {
-    const auto reply = client.ask("session " + std::to_string(blocks));
-    EXPECT_TRUE(reply && reply->rfind("session ", 0) == 0) << reply.value_or("no reply");
-    return reply ? std::stoull(reply->substr(8)) : 0;
-}
-
-bool clientListed(pid_t pid) {
-    return serviceDump().find("    pid " + std::to_string(pid) + ":") != std::string::npos;
-}
-
-TEST(ClientDeathTest, AKilledClientsSessionsAreReleasedInCreationOrder) {
-    platform_recorder::reset();
-    const dravik_reference_live_counts before = liveCounts();
-    auto client = startClient();
-    const uint64_t sessions[] = {createSession(*client, 2), createSession(*client, 1),
-                                 createSession(*client, 3)};
-    // The service files the sessions under the client's own pid.
-    EXPECT_NE(serviceDump().find("    pid " + std::to_string(client->pid()) + ": " +
-                                 std::to_string(sessions[0]) + " " + std::to_string(sessions[1]) +
-                                 " " + std::to_string(sessions[2]) + "\n"),
-              std::string::npos)
-            << serviceDump();
-    EXPECT_EQ(liveCounts().sessions, before.sessions + 3);
-
-    const pid_t pid = client->pid();
-    client->kill(SIGKILL);
-    client->wait();
-    ASSERT_TRUE(eventually([&] { return sameCounts(liveCounts(), before); }))
-            << "sessions left: " << liveCounts().sessions - before.sessions;
-    EXPECT_FALSE(clientListed(pid));
-    EXPECT_EQ(platform_recorder::logLinesWithText(
-                      "Tovan AIDL client callback(pid: " + std::to_string(pid) + ") died")
-                      .size(),
-              1u);
-    std::vector<std::string> deletions;
+// The texts of the service's log lines that match pattern, in order.
+std::vector<std::string> logged(const std::string& pattern) {
+    const std::regex expression(pattern);
+    std::vector<std::string> texts;
     for (const auto& line : platform_recorder::logLines()) {
-        if (line.text.rfind("releaseCrashClient delete session:", 0) == 0) {
-            deletions.push_back(line.text);
-        }
+        if (std::regex_match(line.text, expression)) texts.push_back(line.text);
     }
-    std::vector<std::string> expected;
-    for (const uint64_t id : sessions) {
-        expected.push_back("releaseCrashClient delete session:" + std::to_string(id) + " success!");
-    }
-    EXPECT_EQ(deletions, expected);
+    return texts;
 }
 
-TEST(ClientDeathTest, OneClientsDeathLeavesTheOthersSessionsAlone) {
-    const dravik_reference_live_counts before = liveCounts();
+// What the process's open descriptors name.
+std::vector<std::string> openDescriptors() {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        names.push_back(std::filesystem::read_symlink(entry.path(), error).string());
+    }
+    return names;
+}
+
+TEST(ClientDeathTest, KilledClientsLeaveNothingBehind) {
+    constexpr int kRounds = 12;
+    constexpr int kKilledPerRound = 3;
+    platform_recorder::reset();
+    // One client first, so that the runtime's own threads and sockets are up before counting.
+    EXPECT_EQ(startClient()->ask("uncallback"), "ok");
+    std::this_thread::sleep_for(200ms);
+    const std::string before = holdings();
+    const std::vector<std::string> descriptors = openDescriptors();
+
+    std::mt19937_64 random(42);
+    for (int round = 0; round < kRounds; ++round) {
+        std::vector<std::unique_ptr<ClientProcess>> doomed;
+        for (int index = 0; index < kKilledPerRound; ++index) {
+            doomed.push_back(startClient());
+            doomed.back()->send("soak " + std::to_string(random() % 1000000));
+        }
+        // This one works beside them, deletes what it made and unregisters before it goes.
+        const auto tidy = startClient();
+        tidy->send("soak " + std::to_string(random() % 1000000) + " 30");
+        std::this_thread::sleep_for(std::chrono::milliseconds(50 + random() % 400));
+        doomed.clear();  // SIGKILL, in a call, in a run or in a typed run
+        ASSERT_EQ(tidy->readLine(60s), "done 0") << "calls of a client left alone failed";
+        EXPECT_EQ(tidy->ask("uncallback"), "ok");
+    }
+
+    // Each death is acted on after at most one gate wait per session.
+    EXPECT_TRUE(eventually([&] { return holdings() == before; }, 20s))
+            << holdings() << "\nat the start:\n"
+            << before;
+    EXPECT_TRUE(eventually([&] { return openDescriptors().size() == descriptors.size(); }))
+            << testing::PrintToString(openDescriptors()) << "\nat the start:\n"
+            << testing::PrintToString(descriptors);
+    // No deletion waited out the gate's bound: every typed run came back from the driver.
+    EXPECT_EQ(logged(".* run_flag become 2 timeout"), std::vector<std::string>{});
+    EXPECT_EQ(startClient()->ask("soak 1 5"), "done 0") << "a new client is served";
+    std::printf(
+            "soak: %d clients, %d killed, %zu sessions released after deaths, %zu descriptors\n",
+            kRounds * (kKilledPerRound + 1), kRounds * kKilledPerRound,
+            logged("releaseCrashClient delete session:.*").size(), descriptors.size());
+}
+
+// The death is acted on once the calls the client sent have run: the typed run comes back from the
+// driver first, so the gate has nothing to wait for; then its sessions go in the order they were
+// made, and another client's session stays.
+TEST(ClientDeathTest, AClientKilledDuringATypedRunIsReleasedAfterTheRun) {
+    platform_recorder::reset();
+    const std::string before = holdings();
+    const auto other = startClient();
+    const std::string kept = other->ask("session").value_or("");
     auto doomed = startClient();
-    auto survivor = startClient();
-    createSession(*doomed, 1);
-    const uint64_t kept = createSession(*survivor, 2);
-    const pid_t doomed_pid = doomed->pid();
-    doomed->kill(SIGKILL);
-    doomed->wait();
-    ASSERT_TRUE(eventually([&] { return !clientListed(doomed_pid); }));
+    std::string sessions[3];
+    for (std::string& session : sessions) session = doomed->ask("session").value_or("");
+    const std::string& running = sessions[1];
+    const std::string doomed_pid = std::to_string(doomed->pid());
+    EXPECT_EQ(doomed->ask("callback"), "ok") << "a second registration is only warned about";
+    EXPECT_EQ(doomed->ask("typedrun " + running + " 600"), "running");
+    ASSERT_TRUE(eventually(
+            [&] { return holdings().find("typed runs in the driver: 1\n") != std::string::npos; }));
+    doomed.reset();
 
-    EXPECT_TRUE(clientListed(survivor->pid()));
-    EXPECT_EQ(liveCounts().sessions, before.sessions + 1);
-    EXPECT_EQ(survivor->ask("use " + std::to_string(kept)), "ret 0");
-    EXPECT_EQ(survivor->ask("delete " + std::to_string(kept)), "ret 0");
-    EXPECT_EQ(survivor->ask("exit"), std::nullopt);
-    EXPECT_EQ(survivor->wait(), 0);
-    EXPECT_TRUE(eventually([&] { return sameCounts(liveCounts(), before); }));
-}
-
-TEST(ClientDeathTest, DescriptorsTheServiceHandsOutWorkInTheClient) {
-    auto client = startClient();
-    const uint64_t id = createSession(*client, 0);
-    const auto reply = client->ask("share " + std::to_string(id));
-    ASSERT_TRUE(reply && reply->rfind("shared ", 0) == 0) << reply.value_or("no reply");
-
-    // What the client wrote through its descriptor is in the driver's own mapping of the memory.
-    const auto service = hostedService();
-    const uint64_t mem_id = std::stoull(reply->substr(7));
-    auto* memory = service->getDravikMem(id, mem_id);
-    ASSERT_NE(memory, nullptr);
-    const auto* bytes = reinterpret_cast<const uint8_t*>(dravikSession_memGetInfoFromHostPtr(
-            service->getDravikSession(id), static_cast<dravik_mem*>(memory->mem),
-            DRAVIK_REFERENCE_MEM_INFO_HOST_ADDRESS));
-    ASSERT_NE(bytes, nullptr);
-    EXPECT_EQ(bytes[0], 0);
-    EXPECT_EQ(bytes[1], 7);
-    EXPECT_EQ(bytes[4095], static_cast<uint8_t>(4095 * 7));
-    EXPECT_EQ(client->ask("delete " + std::to_string(id)), "ret 0");
-}
-
-TEST(ClientDeathTest, CallbacksAreRegisteredOnceAndUnregisteredOnlyWhenKnown) {
-    platform_recorder::reset();
-    auto client = startClient();
-    EXPECT_EQ(client->ask("callback"), "ok");
-    EXPECT_EQ(platform_recorder::logLinesWithText(
-                      "The callback(pid: " + std::to_string(client->pid()) +
-                      ", uid: " + std::to_string(getuid()) + ") is already registered.")
-                      .size(),
-              1u);
-    EXPECT_NE(serviceDump().find("callbacks: 1\n"), std::string::npos) << serviceDump();
-
-    EXPECT_EQ(client->ask("uncallback-stranger"), "error -4");
-    EXPECT_EQ(platform_recorder::logLinesWithText("Cannot unlink to death").size(), 1u);
-    EXPECT_EQ(client->ask("uncallback"), "ok");
-    EXPECT_NE(serviceDump().find("callbacks: 0\n"), std::string::npos) << serviceDump();
-
-    // Without a callback, the client's death goes unnoticed: its session stays.
-    const uint64_t id = createSession(*client, 0);
-    client->kill(SIGKILL);
-    client->wait();
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    EXPECT_NE(hostedService()->getDravikSession(id), nullptr);
-    int32_t ret = 0;
-    hostedService()->session_deleteInstance(static_cast<int64_t>(id), &ret);
-    EXPECT_EQ(ret, 0);
-}
-
-TEST(ClientDeathTest, AClientKilledDuringATypedRunIsCleanedUpAfterTheRun) {
-    platform_recorder::reset();
-    const dravik_reference_live_counts before = liveCounts();
-    auto client = startClient();
-    const uint64_t id = createSession(*client, 1);
-    EXPECT_EQ(client->ask("typedrun " + std::to_string(id) + " 600"), "running");
-    ASSERT_TRUE(
-            eventually([&] { return hostedService()->getRunwithtypeFlagFromDravikId(id) == 1; }));
-    client->kill(SIGKILL);
-    client->wait();
-
-    // The death is acted on once the calls the client sent have run: the run comes back from the
-    // driver first, then the session goes, and the gate has nothing to wait for.
-    ASSERT_TRUE(eventually([&] { return sameCounts(liveCounts(), before); }));
-    const std::string session = std::to_string(id);
-    const std::vector<std::string> order = {
-            "setRunwithtypeFlagFromDravikId dravik_id:" + session + " run_flag:2",
-            "checkRunwithtypeFlag dravik_id:" + session +
-                    " run_flag is not 1, continuing execution...",
-            "releaseCrashClient delete session:" + session + " success!"};
-    std::vector<std::string> seen;
+    const std::string released = "releaseCrashClient delete session:.*";
+    ASSERT_TRUE(eventually([&] { return logged(released).size() == 3; })) << holdings();
+    EXPECT_EQ(logged("(setRunwithtypeFlagFromDravikId|checkRunwithtypeFlag) dravik_id:" + running +
+                     " run_flag(:2| is not 1.*)|" + released),
+              (std::vector<std::string>{
+                      "setRunwithtypeFlagFromDravikId dravik_id:" + running + " run_flag:2",
+                      "releaseCrashClient delete session:" + sessions[0] + " success!",
+                      "checkRunwithtypeFlag dravik_id:" + running +
+                              " run_flag is not 1, continuing execution...",
+                      "releaseCrashClient delete session:" + running + " success!",
+                      "releaseCrashClient delete session:" + sessions[2] + " success!"}));
+    std::vector<std::string> warnings;
     for (const auto& line : platform_recorder::logLines()) {
-        if (std::find(order.begin(), order.end(), line.text) != order.end()) {
-            seen.push_back(line.text);
-        }
+        if (line.priority == ANDROID_LOG_WARN) warnings.push_back(line.text);
     }
-    EXPECT_EQ(seen, order);
+    EXPECT_EQ(warnings, (std::vector<std::string>{
+                                "The callback(pid: " + doomed_pid + ", uid: " +
+                                        std::to_string(getuid()) + ") is already registered.",
+                                "Tovan AIDL client callback(pid: " + doomed_pid + ") died"}));
+    EXPECT_NE(holdings().find("    pid " + std::to_string(other->pid()) + ": " + kept + "\n"),
+              std::string::npos)
+            << holdings();
+    other->kill(SIGKILL);  // its session goes with it, as its callback is registered
+    EXPECT_TRUE(eventually([&] { return holdings() == before; })) << holdings() << "\nbefore:\n"
+                                                                  << before;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <stdexcept>
 
 extern char** environ;
@@ -15,22 +16,19 @@ namespace e2e {
 
 ClientProcess::ClientProcess(const std::string& program,
                              const std::vector<std::string>& arguments) {
-    int input[2];
-    int output[2];
-    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
-        throw std::runtime_error("cannot make the client's pipes");
-    }
-    ndk::ScopedFileDescriptor child_input(input[0]);
-    ndk::ScopedFileDescriptor child_output(output[1]);
-    to_client_.set(input[1]);
-    from_client_.set(output[0]);
+    int input[2], output[2];
+    if (pipe2(input, O_CLOEXEC) != 0) throw std::runtime_error("cannot make the input pipe");
+    const ndk::ScopedFileDescriptor program_input(input[0]);
+    to_program_.set(input[1]);
+    if (pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("cannot make the output pipe");
+    const ndk::ScopedFileDescriptor program_output(output[1]);
+    from_program_.set(output[0]);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, child_input.get(), STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, child_output.get(), STDOUT_FILENO);
-    std::vector<char*> argv;
-    argv.push_back(const_cast<char*>(program.c_str()));
+    posix_spawn_file_actions_adddup2(&actions, program_input.get(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, program_output.get(), STDOUT_FILENO);
+    std::vector<char*> argv{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
@@ -40,44 +38,30 @@ ClientProcess::ClientProcess(const std::string& program,
 }
 
 ClientProcess::~ClientProcess() {
-    if (!reaped_) {
-        ::kill(pid_, SIGKILL);
-        wait();
-    }
+    if (reaped_) return;
+    ::kill(pid_, SIGKILL);
+    wait();
+}
+
+bool ClientProcess::send(const std::string& line) {
+    const std::string text = line + "\n";
+    return write(to_program_.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
 std::optional<std::string> ClientProcess::readLine(std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-        const size_t end = pending_.find('\n');
-        if (end != std::string::npos) {
-            std::string line = pending_.substr(0, end);
-            pending_.erase(0, end + 1);
-            return line;
-        }
+    std::string line;
+    for (char character = 0; character != '\n';) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
                 deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0) return std::nullopt;
-        pollfd readable{from_client_.get(), POLLIN, 0};
-        if (poll(&readable, 1, static_cast<int>(left.count())) <= 0) continue;
-        char buffer[512];
-        const ssize_t count = read(from_client_.get(), buffer, sizeof(buffer));
-        if (count <= 0) return std::nullopt;
-        pending_.append(buffer, static_cast<size_t>(count));
+        pollfd readable{from_program_.get(), POLLIN, 0};
+        if (left.count() <= 0 || poll(&readable, 1, static_cast<int>(left.count())) != 1 ||
+            read(from_program_.get(), &character, 1) != 1) {
+            return std::nullopt;
+        }
+        if (character != '\n') line += character;
     }
-}
-
-std::optional<std::string> ClientProcess::ask(const std::string& command,
-                                              std::chrono::milliseconds timeout) {
-    const std::string line = command + "\n";
-    if (write(to_client_.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-        return std::nullopt;
-    }
-    return readLine(timeout);
-}
-
-void ClientProcess::kill(int signal) {
-    ::kill(pid_, signal);
+    return line;
 }
 
 int ClientProcess::wait() {

@@ -2,6 +2,7 @@
 // own, the command-line client and the sample workload as separate processes, and a clean stop.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,22 +13,24 @@
 #include <fstream>
 #include <regex>
 #include <string>
-#include <thread>
 
 #include "ClientProcess.h"
 
 namespace e2e {
 namespace {
 
+using namespace std::chrono_literals;
+
 struct ProgramResult {
     int exit_status = -1;
     std::string output;
 };
 
-// Runs command_line through the shell, with standard error joined to the output.
-ProgramResult runProgram(const std::string& command_line) {
+// Runs a program of the build with arguments through the shell, standard error joined to the
+// output.
+ProgramResult run(const std::string& program_and_arguments) {
     ProgramResult result;
-    FILE* pipe = popen((command_line + " 2>&1").c_str(), "r");
+    FILE* pipe = popen((TESSARO_BIN_DIR "/" + program_and_arguments + " 2>&1").c_str(), "r");
     if (pipe == nullptr) return result;
     char chunk[4096];
     size_t length = 0;
@@ -37,65 +40,48 @@ ProgramResult runProgram(const std::string& command_line) {
     return result;
 }
 
-class DaemonTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/tessaro-daemon-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        directory_ = pattern;
-        setenv("TESSARO_BINDER_DIR", directory_.c_str(), 1);
-        properties_ = directory_ + ".properties";
-        std::ofstream(properties_) << "# the service enabled, nothing else\n"
-                                      "ro.vendor.qel_nn_baseline_support=1\n";
-    }
-    void TearDown() override {
-        std::filesystem::remove_all(directory_);
-        std::filesystem::remove(properties_);
-    }
+TEST(DaemonTest, ClientsAreServedFromTheDaemonsStartToItsStop) {
+    char pattern[] = "/tmp/tessaro-daemon-test-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    const std::filesystem::path directory = pattern;
+    struct Removal {
+        std::filesystem::path path;
+        ~Removal() { std::filesystem::remove_all(path); }
+    } removal{directory};
+    // The service directory, private to this user, holds the runtime's sockets and nothing else.
+    const std::filesystem::path binder = directory / "binder";
+    ASSERT_EQ(mkdir(binder.c_str(), 0700), 0);
+    setenv("TESSARO_BINDER_DIR", binder.c_str(), 1);
+    const std::string properties = directory / "properties";
+    std::ofstream(properties) << "ro.vendor.qel_nn_baseline_support=1\n";
 
-    static std::string program(const char* name) { return std::string(TESSARO_BIN_DIR "/") + name; }
-
-    std::string directory_;
-    std::string properties_;
-};
-
-TEST_F(DaemonTest, TheClientSaysSoWhenNoServiceRuns) {
-    const ProgramResult result = runProgram(program("tessaro_client") + " info");
+    ProgramResult result = run("tessaro_client info");
     EXPECT_EQ(result.exit_status, 1);
-    EXPECT_NE(result.output.find("is running in " + directory_), std::string::npos)
+    EXPECT_NE(result.output.find("is running in " + binder.string()), std::string::npos)
             << result.output;
-}
 
-TEST_F(DaemonTest, ClientsAreServedUntilTheDaemonIsStopped) {
     // The library by its path: a sanitizer's runtime may stand between the daemon and the loader,
     // and then a bare name is not looked up in the daemon's own library path.
-    ClientProcess daemon(program("tessaro_dravik_daemon"),
-                         {"--properties", properties_, "--library", TESSARO_SERVICE_LIBRARY});
-    ProgramResult dump;
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    do {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        dump = runProgram(program("tessaro_client") + " dump");
-    } while (dump.exit_status != 0 && std::chrono::steady_clock::now() < limit);
-    ASSERT_EQ(dump.exit_status, 0) << dump.output;
+    ClientProcess daemon(TESSARO_BIN_DIR "/tessaro_dravik_daemon",
+                         {"--properties", properties, "--library", TESSARO_SERVICE_LIBRARY});
+    ASSERT_TRUE(
+            eventually([&] { return (result = run("tessaro_client dump")).exit_status == 0; }, 20s))
+            << result.output;
 
     // What the client prints is what the service answered, read after each call returned.
-    const ProgramResult info = runProgram(program("tessaro_client") + " info");
-    EXPECT_EQ(info.exit_status, 0) << info.output;
-    EXPECT_TRUE(std::regex_search(info.output,
+    result = run("tessaro_client info");
+    EXPECT_EQ(result.exit_status, 0) << result.output;
+    EXPECT_TRUE(std::regex_search(result.output,
                                   std::regex(R"(session_queryDeviceNum\(type 4\) +4 device\(s\))")))
-            << info.output;
-    const ProgramResult session = runProgram(program("tessaro_client") + " session");
-    EXPECT_EQ(session.exit_status, 0) << session.output;
-    const ProgramResult workload =
-            runProgram(program("tessaro_sample_workload") +
-                       " --layers 64,32,10 --batch 4 --runs 20 --fenced-runs 5");
-    EXPECT_EQ(workload.exit_status, 0) << workload.output;
-    EXPECT_NE(workload.output.find("PASS"), std::string::npos) << workload.output;
-
+            << result.output;
+    result = run("tessaro_client session");
+    EXPECT_EQ(result.exit_status, 0) << result.output;
+    result = run("tessaro_sample_workload --layers 64,32,10 --batch 4 --runs 20 --fenced-runs 5");
+    EXPECT_EQ(result.exit_status, 0) << result.output;
+    EXPECT_NE(result.output.find("PASS"), std::string::npos) << result.output;
     // Every session the clients made is gone with them.
-    dump = runProgram(program("tessaro_client") + " dump");
-    EXPECT_NE(dump.output.find("sessions: 0"), std::string::npos) << dump.output;
+    result = run("tessaro_client dump");
+    EXPECT_NE(result.output.find("sessions: 0"), std::string::npos) << result.output;
 
     daemon.kill(SIGTERM);
     const int status = daemon.wait();

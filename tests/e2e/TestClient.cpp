@@ -1,5 +1,13 @@
-// A client process for the end-to-end tests: it connects to the service, announces itself with
-// "ready <pid>", then carries out one command per input line and answers with one line.
+// The client process of the end-to-end tests, well-behaved or not. It connects to the service,
+// prints "ready", then carries out one command per input line, answering each with one line, until
+// its input ends:
+//   callback, uncallback     "ok" or "failed"
+//   session                  the id of a new session, or "failed"
+//   typedrun <session> <ms>  "running" once set up, then "ret <result>" of a typed run whose
+//                            one instruction waits <ms> in the device
+//   soak <seed> [<steps>]    random well-formed work, without end when no steps are given, then
+//                            "done <failed calls>" once its sessions are deleted
+//   <bad request>            what came back (BadRequests.h)
 #include <aidl/vendor/korvane/hardware/tessaro/dravik/BnTovanDravikCallback.h>
 #include <aidl/vendor/korvane/hardware/tessaro/dravik/ITovanDravik.h>
 #include <android/binder_manager.h>
@@ -8,12 +16,15 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <iostream>
+#include <random>
 #include <sstream>
 #include <string>
+#include <vector>
 
-#include "SoakRoutine.h"
+#include "BadRequests.h"
+#include "MappedMemory.h"
+#include "ServicePerceptron.h"
 
 namespace {
 
@@ -21,137 +32,103 @@ using namespace aidl::vendor::korvane::hardware::tessaro::dravik;
 
 class Callback : public BnTovanDravikCallback {};
 
-constexpr int32_t kBlockSize = 4096;
-
-std::string statusText(const ndk::ScopedAStatus& status) {
-    return "error " + std::to_string(status.getExceptionCode());
-}
-
-// A session with blocks of memory, a command buffer, and a command with one sub-command.
-std::string createPopulatedSession(ITovanDravik& service, int blocks) {
-    int64_t id = 0;
-    ndk::ScopedAStatus status = service.session_createInstance(&id);
-    if (!status.isOk()) return statusText(status);
-    for (int block = 0; block < blocks; ++block) {
-        DRAVIK_MEMINFO_HD memory;
-        status = service.session_memAlloc(id, kBlockSize, 0, 0, 0, &memory);
-        if (!status.isOk()) return statusText(status);
-    }
+// Sets up a command whose one sub-command waits milliseconds in the device and runs it with a run
+// type, printing "running" just before the run when asked; the run's result, -1 when a step
+// before it failed (a failed step leaves an id unknown, which fails the steps after it).
+int32_t typedRun(ITovanDravik& service, int64_t session, uint64_t milliseconds, bool announce) {
     DRAVIK_CMDBUF_INFO_HD buffer;
-    int64_t command = 0;
-    int64_t sub_command = 0;
-    if (!(status = service.session_cmdBufAlloc(id, 256, 0, &buffer)).isOk() ||
-        !(status = service.session_createCmd(id, &command)).isOk() ||
-        !(status = service.cmd_createSubcmd(id, command, 1, &sub_command)).isOk()) {
-        return statusText(status);
-    }
-    return "session " + std::to_string(id);
-}
-
-// Writes through the allocation's descriptor, then reads back through a second descriptor the
-// service hands out for the same memory.
-std::string shareMemory(ITovanDravik& service, int64_t id) {
-    DRAVIK_MEMINFO_HD memory;
-    ndk::ScopedAStatus status = service.session_memAlloc(id, kBlockSize, 0, 0, 0, &memory);
-    if (!status.isOk()) return statusText(status);
-    if (memory.fds.size() != 1) return "error no descriptor";
-    void* written =
-            mmap(nullptr, kBlockSize, PROT_READ | PROT_WRITE, MAP_SHARED, memory.fds[0].get(), 0);
-    if (written == MAP_FAILED) return "error cannot map";
-    for (int index = 0; index < kBlockSize; ++index) {
-        static_cast<uint8_t*>(written)[index] = static_cast<uint8_t>(index * 7);
-    }
-    munmap(written, kBlockSize);
-    ndk::ScopedFileDescriptor again;
-    status = service.session_memGetFdFromHostPtr(id, memory.mem_id, 2, &again);
-    if (!status.isOk()) return statusText(status);
-    void* read_back = mmap(nullptr, kBlockSize, PROT_READ, MAP_SHARED, again.get(), 0);
-    if (read_back == MAP_FAILED) return "error cannot map the second descriptor";
-    bool same = true;
-    for (int index = 0; index < kBlockSize; ++index) {
-        same = same &&
-               static_cast<const uint8_t*>(read_back)[index] == static_cast<uint8_t>(index * 7);
-    }
-    munmap(read_back, kBlockSize);
-    return same ? "shared " + std::to_string(memory.mem_id) : "error contents differ";
-}
-
-// Sets up a command whose one sub-command takes milliseconds in the device, announces "running",
-// and runs it with a run type; the test kills the client while the run is in the driver.
-std::string runTypedAndStall(ITovanDravik& service, int64_t id, int64_t milliseconds) {
-    DRAVIK_CMDBUF_INFO_HD buffer;
-    int64_t command = 0;
-    int64_t sub_command = 0;
-    int32_t ret = 0;
-    ndk::ScopedAStatus status;
-    if (!(status = service.session_cmdBufAlloc(id, 256, 0, &buffer)).isOk() ||
-        !(status = service.session_createCmd(id, &command)).isOk() ||
-        !(status = service.cmd_createSubcmd(id, command, 4, &sub_command)).isOk()) {
-        return statusText(status);
-    }
+    int64_t command = 0, sub_command = 0;
+    int32_t ret = -1;
+    service.session_cmdBufAlloc(session, 256, 0, &buffer);
+    service.session_createCmd(session, &command);
+    service.cmd_createSubcmd(session, command, 4, &sub_command);
+    if (buffer.fds.size() != 1) return -1;
+    const tessaro_workload::MappedMemory mapping(buffer.fds[0], 256);
     dravik_reference::Program program;
-    program.wait(static_cast<uint64_t>(milliseconds) * 1000000);
-    void* mapping = mmap(nullptr, 256, PROT_READ | PROT_WRITE, MAP_SHARED, buffer.fds[0].get(), 0);
-    if (mapping == MAP_FAILED) return "error cannot map the command buffer";
-    program.copyTo(mapping, 256);
-    munmap(mapping, 256);
-    service.subCmd_addCmdBuf(id, sub_command, buffer.cmd_buf_id, 0, &ret);
-    if (ret != 0) return "error subCmd_addCmdBuf " + std::to_string(ret);
-    service.cmd_build(id, command, &ret);
-    if (ret != 0) return "error cmd_build " + std::to_string(ret);
-    std::cout << "running" << std::endl;
-    service.cmd_runWithType(id, command, 0, &ret);
-    return "ret " + std::to_string(ret);
+    if (!mapping.valid() || !program.wait(milliseconds * 1000000).copyTo(mapping.as<void>(), 256)) {
+        return -1;
+    }
+    service.subCmd_addCmdBuf(session, sub_command, buffer.cmd_buf_id, 0, &ret);
+    if (ret == 0) service.cmd_build(session, command, &ret);
+    if (ret != 0) return -1;
+    if (announce) std::cout << "running" << std::endl;
+    return service.cmd_runWithType(session, command, 0, &ret).isOk() ? ret : -1;
 }
 
-std::string carryOut(const std::shared_ptr<ITovanDravik>& shared_service,
+// Random work for steps steps (without end when 0) on the client's own objects only, so that every
+// call must succeed, whatever other clients do or however they end; then deletes the sessions
+// still held. The number of calls that failed.
+int64_t soak(const std::shared_ptr<ITovanDravik>& service, uint64_t seed, int64_t steps) {
+    std::mt19937_64 random(seed);
+    const auto pick = [&random](uint64_t count) { return random() % count; };
+    int64_t failures = 0;
+    const auto check = [&failures](bool succeeded) { failures += succeeded ? 0 : 1; };
+    std::vector<int64_t> sessions;
+    for (int64_t step = 0; steps == 0 || step < steps; ++step) {
+        const uint64_t choice = pick(6);
+        int64_t id = 0;
+        if (choice == 0 || sessions.empty()) {
+            check(service->session_createInstance(&id).isOk());
+            sessions.push_back(id);
+            continue;
+        }
+        const size_t index = pick(sessions.size());
+        id = sessions[index];
+        DRAVIK_MEMINFO_HD memory;
+        int32_t ret = 0;
+        if (choice == 1) {
+            const auto size = static_cast<int32_t>(4096 * (1 + pick(4)));
+            check(service->session_memAlloc(id, size, 0, 0, 0, &memory).isOk());
+            if (pick(2) == 0) check(service->session_memFree(id, memory.mem_id, &ret).isOk());
+        } else if (choice == 2) {
+            std::vector<ndk::ScopedFileDescriptor> fds;
+            fds.emplace_back(memfd_create("soak", MFD_CLOEXEC));
+            check(ftruncate(fds[0].get(), 8192) == 0 &&
+                  service->session_memImport(id, fds, 8192, &memory).isOk());
+            if (pick(2) == 0) check(service->session_memUnImport(id, memory.mem_id, &ret).isOk());
+        } else if (choice == 3) {
+            // A typed run that stays in the driver for a while, so that a kill can land during it.
+            ret = typedRun(*service, id, 1 + pick(80), false);
+        } else if (choice == 4) {
+            // A small perceptron from start to end in a session of its own, in a random run style.
+            const auto styles = tessaro_workload::remoteRunStyles();
+            std::string error;
+            const auto perceptron = tessaro_workload::ServicePerceptron::create(
+                    service, tessaro_workload::PerceptronModel({16, 8, 4}, pick(1000)), 2, &error);
+            check(perceptron != nullptr && perceptron->run(styles[pick(styles.size())], &error));
+        } else {
+            check(service->session_deleteInstance(id, &ret).isOk());
+            sessions.erase(sessions.begin() + static_cast<std::ptrdiff_t>(index));
+        }
+        check(ret == 0);
+    }
+    for (const int64_t id : sessions) {
+        int32_t ret = 0;
+        check(service->session_deleteInstance(id, &ret).isOk() && ret == 0);
+    }
+    return failures;
+}
+
+std::string carryOut(const std::shared_ptr<ITovanDravik>& service,
                      const std::shared_ptr<Callback>& callback, const std::string& line) {
-    ITovanDravik& service = *shared_service;
     std::istringstream words(line);
     std::string command;
-    int64_t argument = 0;
-    words >> command >> argument;
-    if (command == "callback") {
-        const ndk::ScopedAStatus status = service.setCallback(callback);
-        return status.isOk() ? "ok" : statusText(status);
+    int64_t first = 0, second = 0;
+    words >> command >> first >> second;
+    if (command == "callback" || command == "uncallback") {
+        const bool done = command == "callback" ? service->setCallback(callback).isOk()
+                                                : service->unSetCallback(callback).isOk();
+        return done ? "ok" : "failed";
     }
-    if (command == "uncallback") {
-        const ndk::ScopedAStatus status = service.unSetCallback(callback);
-        return status.isOk() ? "ok" : statusText(status);
-    }
-    if (command == "uncallback-stranger") {
-        const ndk::ScopedAStatus status =
-                service.unSetCallback(ndk::SharedRefBase::make<Callback>());
-        return status.isOk() ? "ok" : statusText(status);
-    }
-    if (command == "session") return createPopulatedSession(service, static_cast<int>(argument));
-    if (command == "use") {
-        DRAVIK_MEMINFO_HD memory;
-        ndk::ScopedAStatus status =
-                service.session_memAlloc(argument, kBlockSize, 0, 0, 0, &memory);
-        if (!status.isOk()) return statusText(status);
-        int32_t ret = 0;
-        service.session_memFree(argument, memory.mem_id, &ret);
-        return "ret " + std::to_string(ret);
-    }
-    if (command == "share") return shareMemory(service, argument);
-    if (command == "soak") {
-        int64_t steps = 0;
-        words >> steps;
-        return "done " +
-               std::to_string(e2e::soak(shared_service, static_cast<uint64_t>(argument), steps));
+    if (command == "session") {
+        int64_t id = 0;
+        return service->session_createInstance(&id).isOk() ? std::to_string(id) : "failed";
     }
     if (command == "typedrun") {
-        int64_t milliseconds = 0;
-        words >> milliseconds;
-        return runTypedAndStall(service, argument, milliseconds);
+        return "ret " + std::to_string(typedRun(*service, first, second, true));
     }
-    if (command == "delete") {
-        int32_t ret = 0;
-        service.session_deleteInstance(argument, &ret);
-        return "ret " + std::to_string(ret);
-    }
-    return "error unknown command " + command;
+    if (command == "soak") return "done " + std::to_string(soak(service, first, second));
+    return e2e::sendBadRequest(command, first, *service);
 }
 
 }  // namespace
@@ -159,16 +136,12 @@ std::string carryOut(const std::shared_ptr<ITovanDravik>& shared_service,
 int main() {
     ABinderProcess_startThreadPool();
     const std::string instance = std::string(ITovanDravik::descriptor) + "/default";
-    ndk::SpAIBinder binder(AServiceManager_waitForService(instance.c_str()));
-    std::shared_ptr<ITovanDravik> service = ITovanDravik::fromBinder(binder);
-    if (service == nullptr) {
-        std::cout << "error no service" << std::endl;
-        return 1;
-    }
+    const std::shared_ptr<ITovanDravik> service = ITovanDravik::fromBinder(
+            ndk::SpAIBinder(AServiceManager_waitForService(instance.c_str())));
+    if (service == nullptr) return 1;
     const auto callback = ndk::SharedRefBase::make<Callback>();
-    std::cout << "ready " << getpid() << std::endl;
-    std::string line;
-    while (std::getline(std::cin, line) && line != "exit") {
+    std::cout << "ready" << std::endl;
+    for (std::string line; std::getline(std::cin, line);) {
         std::cout << carryOut(service, callback, line) << std::endl;
     }
     return 0;

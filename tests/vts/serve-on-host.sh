@@ -21,6 +21,14 @@ start)
     hosting_process=$3
     library_dir=$4
     mode=${5:-ordinary}
+    # A run stopped before its cleanup (a failing test under --stop-on-failure) leaves its
+    # service behind; end it, so that no client of this run reaches an older build.
+    if [[ -f $dir/service.pid ]]; then
+        old=$(cat "$dir/service.pid")
+        if [[ $(readlink "/proc/$old/exe" 2>/dev/null) == "$(readlink -f "$hosting_process")" ]]; then
+            kill -KILL "$old"
+        fi
+    fi
     rm -rf "$dir"
     mkdir -p "$dir/binder"
     chmod 700 "$dir/binder"
