@@ -83,69 +83,9 @@ class StubTransactionTest : public ::testing::Test {
         binder_ = service_->asBinder();
     }
 
-    // Sends code with the given arguments after a correct interface token.
-    binder_status_t transact(transaction_code_t code, const std::vector<int64_t>& arguments,
-                             ndk::ScopedAParcel* reply) {
-        ndk::ScopedAParcel request;
-        binder_status_t status = AIBinder_prepareTransaction(binder_.get(), request.getR());
-        if (status != STATUS_OK) return status;
-        for (int64_t argument : arguments) AParcel_writeInt64(request.get(), argument);
-        return AIBinder_transact(binder_.get(), code, request.getR(), reply->getR(), 0);
-    }
-
     std::shared_ptr<TovanDravik> service_;
     ndk::SpAIBinder binder_;
 };
-
-TEST_F(StubTransactionTest, MalformedTransactionsGetThePlatformStatus) {
-    // Arguments cut short: cmd_build wants two int64 values.
-    ndk::ScopedAParcel short_reply;
-    EXPECT_EQ(transact(ITovanDravik::TRANSACTION_cmd_build, {1}, &short_reply),
-              STATUS_NOT_ENOUGH_DATA);
-    // A code that no method has.
-    ndk::ScopedAParcel unknown_reply;
-    EXPECT_EQ(transact(FIRST_CALL_TRANSACTION + 48, {1, 2}, &unknown_reply),
-              STATUS_UNKNOWN_TRANSACTION);
-    ndk::ScopedAParcel reply;
-
-    // Another interface's token.
-    ndk::ScopedAParcel request(AParcel_create());
-    const std::string wrong_token = "vendor.korvane.hardware.tessaro.dravik.ISomethingElse";
-    ASSERT_EQ(AParcel_writeString(request.get(), wrong_token.c_str(), wrong_token.size()),
-              STATUS_OK);
-    AParcel_writeInt64(request.get(), 1);
-    AParcel_writeInt64(request.get(), 2);
-    AParcel* raw_request = request.release();
-    EXPECT_NE(AIBinder_transact(binder_.get(), ITovanDravik::TRANSACTION_cmd_build, &raw_request,
-                                reply.getR(), 0),
-              STATUS_OK);
-}
-
-TEST_F(StubTransactionTest, ReplyCarriesNothingAfterAFailedStatus) {
-    // session_memAlloc on a session that does not exist: an exception, and no record after it.
-    ndk::ScopedAParcel request;
-    ASSERT_EQ(AIBinder_prepareTransaction(binder_.get(), request.getR()), STATUS_OK);
-    AParcel_writeInt64(request.get(), 99);  // dravik_id
-    for (int i = 0; i < 4; ++i) AParcel_writeInt32(request.get(), 64);
-    ndk::ScopedAParcel failed_reply;
-    ASSERT_EQ(AIBinder_transact(binder_.get(), ITovanDravik::TRANSACTION_session_memAlloc,
-                                request.getR(), failed_reply.getR(), 0),
-              STATUS_OK);
-    ndk::ScopedAStatus failed_status;
-    ASSERT_EQ(AParcel_readStatusHeader(failed_reply.get(), failed_status.getR()), STATUS_OK);
-    EXPECT_EQ(failed_status.getExceptionCode(), EX_UNSUPPORTED_OPERATION);
-    EXPECT_EQ(AParcel_getDataPosition(failed_reply.get()), AParcel_getDataSize(failed_reply.get()));
-
-    // A successful call carries its result after the status.
-    ndk::ScopedAParcel reply;
-    ASSERT_EQ(transact(ITovanDravik::TRANSACTION_session_deleteInstance, {99}, &reply), STATUS_OK);
-    ndk::ScopedAStatus status;
-    ASSERT_EQ(AParcel_readStatusHeader(reply.get(), status.getR()), STATUS_OK);
-    EXPECT_TRUE(status.isOk());
-    int32_t ret = 0;
-    ASSERT_EQ(AParcel_readInt32(reply.get(), &ret), STATUS_OK);
-    EXPECT_EQ(ret, -1);
-}
 
 TEST_F(StubTransactionTest, ProxyRefusesANullDescriptorBeforeSending) {
     auto proxy = ndk::SharedRefBase::make<BpTovanDravik>(binder_);
