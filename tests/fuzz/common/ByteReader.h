@@ -2,6 +2,7 @@
 // read gives zeros, so any input decodes to something; the seed generator writes the same layout.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -11,10 +12,10 @@ namespace tessaro_fuzz {
 
 class ByteReader {
   public:
-    ByteReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+    ByteReader(const uint8_t* data, size_t size) : data_(data), end_(data + size) {}
 
-    bool empty() const { return position_ >= size_; }
-    size_t remaining() const { return empty() ? 0 : size_ - position_; }
+    bool empty() const { return data_ == end_; }
+    size_t remaining() const { return static_cast<size_t>(end_ - data_); }
 
     uint8_t u8() { return static_cast<uint8_t>(read(1)); }
     uint16_t u16() { return static_cast<uint16_t>(read(2)); }
@@ -23,10 +24,9 @@ class ByteReader {
 
     // Up to length bytes, fewer when the input ends first.
     std::vector<uint8_t> bytes(size_t length) {
-        const size_t taken = length < remaining() ? length : remaining();
-        std::vector<uint8_t> out(data_ + position_, data_ + position_ + taken);
-        position_ += taken;
-        return out;
+        const uint8_t* start = data_;
+        data_ += std::min(length, remaining());
+        return std::vector<uint8_t>(start, data_);
     }
     std::string text(size_t length) {
         const std::vector<uint8_t> raw = bytes(length);
@@ -36,15 +36,14 @@ class ByteReader {
   private:
     uint64_t read(size_t width) {
         uint64_t value = 0;
-        for (size_t index = 0; index < width && !empty(); ++index, ++position_) {
-            value |= static_cast<uint64_t>(data_[position_]) << (8 * index);
+        for (size_t index = 0; index < width && !empty(); ++index) {
+            value |= uint64_t{*data_++} << (8 * index);
         }
         return value;
     }
 
-    const uint8_t* data_;
-    size_t size_;
-    size_t position_ = 0;
+    const uint8_t* data_;  // the next byte
+    const uint8_t* end_;
 };
 
 }  // namespace tessaro_fuzz

@@ -1,25 +1,24 @@
-// Random frames into the transport's decoder (host/binder/src/frame_codec.h, wire_format.h),
+// Random bytes into the transport's frame decoder (host/binder/src/frame_codec.h, wire_format.h),
 // through a real Unix stream socket pair so that descriptors travel as SCM_RIGHTS exactly as
-// between processes. Two kinds of input (tests/fuzz/README.md):
-//  - raw: arbitrary bytes, cut into chunks, with descriptors attached to a chosen chunk. Every
-//    frame the decoder accepts must satisfy the format (counts, limits, objects in order inside
-//    the data, one open descriptor per descriptor object); anything else must be refused with a
-//    reason, and the connection's end is reached in a bounded number of frames.
-//  - round trip: a frame built from the input and sent with sendFrame must come back from
-//    receiveFrame field for field when it is within the format, and be refused otherwise.
-// Either way, once the frames are gone no descriptor may be left open.
+// between processes. The bytes (the layout is in tests/fuzz/README.md) are cut into chunks, with
+// descriptors attached to a chosen chunk, and the connection ends after them. Every frame the
+// decoder accepts must satisfy the format (counts, limits, objects in order inside the data, one
+// open descriptor per descriptor object) and come back the same when sent again with sendFrame;
+// anything else must be refused with a reason, and the connection's end is reached in a bounded
+// number of frames. Once the frames are gone no descriptor may be left open.
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ByteReader.h"
 #include "Descriptors.h"
+#include "Finding.h"
 #include "frame_codec.h"
 #include "wire_format.h"
 
@@ -28,41 +27,17 @@ namespace {
 using host_binder::Frame;
 using host_binder::ReceiveResult;
 using tessaro_fuzz::ByteReader;
+using tessaro_fuzz::finding;
 namespace wire = host_binder::wire;
 
 constexpr size_t kMaxFramesPerConnection = 64;
 constexpr size_t kMaxDescriptorsSent = wire::kMaxFrameDescriptors + 6;
 
-[[noreturn]] void finding(const std::string& what) {
-    std::fprintf(stderr, "\n==== frame decoder fuzzer finding: %s\n", what.c_str());
-    std::abort();
-}
-
-struct SocketPair {
-    ndk::ScopedFileDescriptor sender;
-    ndk::ScopedFileDescriptor receiver;
-    SocketPair() {
-        int ends[2] = {-1, -1};
-        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-            finding("no socket pair");
-        sender.set(ends[0]);
-        receiver.set(ends[1]);
-        // Inputs are small, but a full buffer must never block the fuzzer.
-        const int buffer = 1 << 20;
-        setsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &buffer, sizeof(buffer));
-        setsockopt(ends[1], SOL_SOCKET, SO_RCVBUF, &buffer, sizeof(buffer));
-    }
-};
-
-std::vector<ndk::ScopedFileDescriptor> makeDescriptors(ByteReader& input, size_t count) {
-    std::vector<ndk::ScopedFileDescriptor> fds;
-    for (size_t index = 0; index < count; ++index) {
-        const auto kind = static_cast<tessaro_fuzz::DescriptorKind>(
-                input.u8() % static_cast<uint8_t>(tessaro_fuzz::DescriptorKind::kCount));
-        ndk::ScopedFileDescriptor fd = tessaro_fuzz::makeDescriptor(kind);
-        if (fd.get() >= 0) fds.push_back(std::move(fd));
-    }
-    return fds;
+// A connected pair of Unix stream sockets: the first end sends, the second receives.
+std::pair<ndk::ScopedFileDescriptor, ndk::ScopedFileDescriptor> socketPair() {
+    int ends[2] = {-1, -1};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) finding("no socket pair");
+    return {ndk::ScopedFileDescriptor(ends[0]), ndk::ScopedFileDescriptor(ends[1])};
 }
 
 // Sends bytes, with fds as SCM_RIGHTS on their first byte; false when the socket refused.
@@ -72,19 +47,16 @@ bool sendChunk(int socket, const uint8_t* bytes, size_t length,
     msghdr msg{};
     msg.msg_iov = &vector;
     msg.msg_iovlen = 1;
-    std::vector<unsigned char> control;
+    std::vector<unsigned char> control(CMSG_SPACE(sizeof(int) * fds.size()));
     if (!fds.empty()) {
-        control.assign(CMSG_SPACE(sizeof(int) * fds.size()), 0);
         msg.msg_control = control.data();
         msg.msg_controllen = control.size();
         cmsghdr* cmsg = CMSG_FIRSTHDR(&msg);
+        cmsg->cmsg_len = CMSG_LEN(sizeof(int) * fds.size());
         cmsg->cmsg_level = SOL_SOCKET;
         cmsg->cmsg_type = SCM_RIGHTS;
-        cmsg->cmsg_len = CMSG_LEN(sizeof(int) * fds.size());
-        for (size_t index = 0; index < fds.size(); ++index) {
-            const int fd = fds[index].get();
-            std::memcpy(CMSG_DATA(cmsg) + index * sizeof(int), &fd, sizeof(int));
-        }
+        int* numbers = reinterpret_cast<int*>(CMSG_DATA(cmsg));
+        for (const auto& fd : fds) *numbers++ = fd.get();
     }
     return sendmsg(socket, &msg, MSG_NOSIGNAL | MSG_DONTWAIT) == static_cast<ssize_t>(length);
 }
@@ -92,18 +64,16 @@ bool sendChunk(int socket, const uint8_t* bytes, size_t length,
 // What an accepted frame must be.
 void checkAccepted(const Frame& frame) {
     const wire::FrameHeader& header = frame.header;
-    if (header.magic != wire::kFrameMagic) finding("accepted a frame with a bad magic");
-    if (header.kind == 0 || header.kind > wire::kLastFrameKind) finding("accepted an unknown kind");
-    if (frame.data.size() != header.data_size || frame.data.size() > wire::kMaxFrameDataSize) {
-        finding("accepted data of the wrong size");
+    if (header.magic != wire::kFrameMagic || header.kind == 0 ||
+        header.kind > wire::kLastFrameKind) {
+        finding("accepted a frame with a bad magic or kind");
     }
-    if (frame.objects.size() != header.object_count ||
-        frame.objects.size() > wire::kMaxFrameObjects) {
-        finding("accepted the wrong number of objects");
-    }
-    if (frame.descriptors.size() != header.descriptor_count ||
+    if (frame.data.size() != header.data_size || frame.data.size() > wire::kMaxFrameDataSize ||
+        frame.objects.size() != header.object_count ||
+        frame.objects.size() > wire::kMaxFrameObjects ||
+        frame.descriptors.size() != header.descriptor_count ||
         frame.descriptors.size() > wire::kMaxFrameDescriptors) {
-        finding("accepted the wrong number of descriptors");
+        finding("accepted sizes or counts other than the header's, or beyond the limits");
     }
     size_t next_free = 0;
     size_t descriptor_objects = 0;
@@ -128,25 +98,43 @@ void checkAccepted(const Frame& frame) {
     }
 }
 
-// Receives until the connection ends or a frame is refused.
-void drain(int socket) {
-    for (size_t count = 0; count < kMaxFramesPerConnection; ++count) {
-        Frame frame;
-        std::string error;
-        const ReceiveResult result = host_binder::receiveFrame(socket, &frame, &error);
-        if (result == ReceiveResult::kClosed) return;
-        if (result == ReceiveResult::kFailed) {
-            if (error.empty()) finding("a frame was refused without a reason");
-            return;
-        }
-        checkAccepted(frame);
+// The identities of the files descriptors name, in their order.
+std::vector<tessaro_fuzz::FileIdentity> filesOf(const std::vector<ndk::ScopedFileDescriptor>& fds) {
+    std::vector<tessaro_fuzz::FileIdentity> files;
+    for (const auto& fd : fds) files.push_back(tessaro_fuzz::identityOf(fd.get()));
+    return files;
+}
+
+// An accepted frame, sent again with sendFrame, must be accepted again field for field, its
+// descriptors naming the same files.
+void checkSentAgain(Frame& frame) {
+    if (frame.data.size() > 65536) return;  // a socket's buffer holds the frame whole
+    auto [sender, receiver] = socketPair();
+    const wire::FrameHeader header = frame.header;
+    const std::vector<tessaro_fuzz::FileIdentity> files = filesOf(frame.descriptors);
+    std::string error;
+    if (!host_binder::sendFrame(sender.get(), &frame, &error)) finding("not sent again: " + error);
+    Frame again;
+    if (host_binder::receiveFrame(receiver.get(), &again, &error) != ReceiveResult::kFrame) {
+        finding("sent again and refused: " + error);
+    }
+    if (std::memcmp(&again.header, &header, sizeof(header)) != 0 || again.data != frame.data ||
+        again.objects.size() != frame.objects.size() ||
+        (!frame.objects.empty() &&
+         std::memcmp(again.objects.data(), frame.objects.data(),
+                     frame.objects.size() * sizeof(wire::WireObject)) != 0) ||
+        filesOf(again.descriptors) != files) {
+        finding("a frame sent again came back different");
     }
 }
 
-void rawFrames(ByteReader& input) {
-    SocketPair pair;
-    std::vector<ndk::ScopedFileDescriptor> fds =
-            makeDescriptors(input, input.u8() % (kMaxDescriptorsSent + 1));
+void sendAndReceive(ByteReader& input) {
+    auto [sender, receiver] = socketPair();
+    std::vector<ndk::ScopedFileDescriptor> fds;
+    for (size_t count = input.u8() % (kMaxDescriptorsSent + 1); count > 0; --count) {
+        ndk::ScopedFileDescriptor fd = tessaro_fuzz::makeDescriptor(input.u8());
+        if (fd.get() >= 0) fds.push_back(std::move(fd));
+    }
     const size_t chunks = 1 + input.u8() % 4;
     const size_t descriptors_with = input.u8() % chunks;
     // The header may be written as the format has it, then the rest is raw.
@@ -166,63 +154,26 @@ void rawFrames(ByteReader& input) {
     const size_t chunk_size = bytes.size() / chunks + 1;
     for (size_t chunk = 0, start = 0; chunk < chunks && start < bytes.size();
          ++chunk, start += chunk_size) {
-        const size_t length = std::min(chunk_size, bytes.size() - start);
         static const std::vector<ndk::ScopedFileDescriptor> kNone;
-        if (!sendChunk(pair.sender.get(), bytes.data() + start, length,
+        if (!sendChunk(sender.get(), bytes.data() + start,
+                       std::min(chunk_size, bytes.size() - start),
                        chunk == descriptors_with ? fds : kNone)) {
             break;
         }
     }
     fds.clear();
-    pair.sender.set(-1);  // the end of the connection
-    drain(pair.receiver.get());
-}
-
-void roundTrip(ByteReader& input) {
-    SocketPair pair;
-    Frame sent = host_binder::makeFrame(
-            static_cast<wire::FrameKind>(1 + input.u8() % wire::kLastFrameKind));
-    sent.header.code = input.u32();
-    sent.header.flags = input.u32();
-    sent.header.target = input.u64();
-    sent.data = input.bytes(input.u16() % 1024);
-    const size_t objects = input.u8() % 8;
-    for (size_t index = 0; index < objects; ++index) {
-        wire::WireObject object{};
-        object.offset = input.u16();
-        object.kind = input.u8() % 3;
-        object.id = input.u64();
-        const std::string endpoint = input.text(input.u8() % (wire::kEndpointNameSize + 2));
-        std::memcpy(object.endpoint, endpoint.data(),
-                    std::min(endpoint.size(), sizeof(object.endpoint)));
-        sent.objects.push_back(object);
-    }
-    sent.descriptors = makeDescriptors(input, input.u8() % 4);
-    std::vector<tessaro_fuzz::FileIdentity> identities;
-    for (const auto& fd : sent.descriptors)
-        identities.push_back(tessaro_fuzz::identityOf(fd.get()));
-    std::string error;
-    if (!host_binder::sendFrame(pair.sender.get(), &sent, &error)) return;
-    sent.descriptors.clear();
-    pair.sender.set(-1);
-    Frame received;
-    const ReceiveResult result = host_binder::receiveFrame(pair.receiver.get(), &received, &error);
-    if (result == ReceiveResult::kClosed) finding("a sent frame read as a closed connection");
-    if (result == ReceiveResult::kFailed) return;  // a frame outside the format, refused
-    checkAccepted(received);
-    if (received.header.kind != sent.header.kind || received.header.code != sent.header.code ||
-        received.header.flags != sent.header.flags ||
-        received.header.target != sent.header.target || received.data != sent.data ||
-        received.objects.size() != sent.objects.size() ||
-        (!sent.objects.empty() &&
-         std::memcmp(received.objects.data(), sent.objects.data(),
-                     sent.objects.size() * sizeof(wire::WireObject)) != 0)) {
-        finding("a frame came back different");
-    }
-    for (size_t index = 0; index < identities.size(); ++index) {
-        if (tessaro_fuzz::identityOf(received.descriptors[index].get()) != identities[index]) {
-            finding("a descriptor came back as another file");
+    sender.set(-1);  // the end of the connection
+    for (size_t count = 0; count < kMaxFramesPerConnection; ++count) {
+        Frame frame;
+        std::string error;
+        const ReceiveResult result = host_binder::receiveFrame(receiver.get(), &frame, &error);
+        if (result == ReceiveResult::kClosed) return;
+        if (result == ReceiveResult::kFailed) {
+            if (error.empty()) finding("a frame was refused without a reason");
+            return;
         }
+        checkAccepted(frame);
+        checkSentAgain(frame);
     }
 }
 
@@ -230,21 +181,8 @@ void roundTrip(ByteReader& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto before = tessaro_fuzz::openDescriptors();
-    {
-        ByteReader input(data, size);
-        if (input.u8() % 4 == 0) {
-            roundTrip(input);
-        } else {
-            rawFrames(input);
-        }
-    }
-    std::string left;
-    for (int fd : tessaro_fuzz::descriptorsOpenedSince(before)) {
-        left += tessaro_fuzz::describeDescriptor(fd) + "\n";
-    }
-    if (!left.empty()) finding("descriptors left open:\n" + left);
-    if (!tessaro_fuzz::descriptorsClosedSince(before).empty()) {
-        finding("descriptors of the process were closed");
-    }
+    ByteReader input(data, size);
+    sendAndReceive(input);
+    tessaro_fuzz::checkDescriptors(before);
     return 0;
 }

@@ -3,7 +3,8 @@
 
 Each seed is a well-formed (or deliberately malformed) input in the layout its fuzzer decodes,
 described in tests/fuzz/README.md. Run it again after changing a layout; the files it writes are
-named after what they hold, and files it does not write (regression inputs) are left alone.
+named after what they hold (regression_* for the inputs of faults a fuzzer found, seed_* for the
+rest). Files it does not write are left alone: a seed it no longer writes is deleted by hand.
 
     tests/fuzz/seeds/make_seeds.py
 """
@@ -26,7 +27,7 @@ def u64(v):
     return struct.pack("<Q", v & 0xFFFFFFFFFFFFFFFF)
 
 
-# ---- service transaction fuzzer: values after the token (RequestBuilder.cpp) ----
+# ---- service transaction fuzzer: values after the token (ServiceTransactionFuzzer.cpp) ----
 SESSION, MEMORY, COMMAND, CMDBUF, SUBCMD = range(5)
 MEMFD_EMPTY, MEMFD_SMALL, MEMFD_PAGE, MEMFD_LARGE, MEMFD_SEALED, PIPE_R, PIPE_W, EVENTFD, \
     DEVNULL, SOCKET = range(10)
@@ -236,7 +237,26 @@ def transaction_seeds():
     return seeds
 
 
-# ---- call-sequence fuzzer: one u8 action and its fields per call (CallSequence.cpp) ----
+# ---- call-sequence fuzzer: per call a u8 action, the session it names, then the action's own
+# fields, in the order of kActions in CallSequenceFuzzer.cpp ----
+ACTIONS = [
+    "create", "delete", "alloc", "alloc_named", "alloc_v1", "free", "import", "import_flag",
+    "import_v1", "unimport", "flush", "invalidate", "mem_info", "mem_param", "mem_fd", "cmdbuf",
+    "cmdbuf_named", "cmdbuf_free", "program", "raw_program", "create_cmd", "delete_cmd",
+    "create_sub", "add_buf", "edge", "pack", "tightly", "cmd_param", "sub_param", "cmd_params",
+    "sub_params", "build", "run", "run_async", "wait", "run_typed", "cached", "cached_typed",
+    "cached_ext", "run_fence", "run_fence_handles", "cmd_info", "sub_info", "cmd_infos",
+    "sub_infos", "typed_run", "join", "inject", "crash", "query_info", "query_num", "metadata",
+]
+A = {name: index for index, name in enumerate(ACTIONS)}
+FIRST, SECOND, THIRD = 0, 1, 2
+
+
+def act(name, session=FIRST):
+    """An action and the session it names (an index among those handed out)."""
+    return u8(A[name]) + u8(session)
+
+
 def size_sel(sel, extra=0):
     out = u8(sel)
     if sel == 6:
@@ -247,7 +267,6 @@ def size_sel(sel, extra=0):
 
 
 SZ_1, SZ_64, SZ_PAGE, SZ_64K, SZ_1M, SZ_0 = (size_sel(i) for i in range(6))
-FIRST, SECOND, THIRD = 0, 1, 2
 
 
 def small(n):
@@ -255,18 +274,23 @@ def small(n):
     return 0xE0 + n
 
 
+def device(kind):
+    """A device type, -1 to 7."""
+    return u8(kind + 1)
+
+
 def create():
-    return u8(0)
+    return act("create")
 
 
 def delete(session=FIRST):
-    return u8(1) + u8(session)
+    return act("delete", session)
 
 
 def alloc(session=FIRST, size=SZ_PAGE, mem_type=0, variant=0, name=b"m", align_shift=None):
-    out = u8(2) + u8(session) + size
+    out = act(["alloc", "alloc_named", "alloc_v1"][variant], session) + size
     out += u8(0) if align_shift is None else u8(1) + u8(align_shift)
-    out += u8(mem_type) + u8(0) + u8(variant)
+    out += u8(mem_type) + u8(0)
     if variant != 0:
         out += u8(len(name)) + name
     if variant == 2:
@@ -274,43 +298,50 @@ def alloc(session=FIRST, size=SZ_PAGE, mem_type=0, variant=0, name=b"m", align_s
     return out
 
 
+def on_id(name, ident=FIRST, session=FIRST):
+    return act(name, session) + u8(ident)
+
+
 def free(session=FIRST, memory=FIRST):
-    return u8(3) + u8(session) + u8(memory)
+    return on_id("free", memory, session)
 
 
 def import_(session=FIRST, kind=MEMFD_PAGE, size=SZ_PAGE, variant=0, with_fd=True):
-    out = u8(4) + u8(session) + u8(kind) + u8(1 if with_fd else 0)
-    out += size + u8(variant)
+    out = act(["import", "import_flag", "import_v1"][variant], session)
+    out += u8(kind) + u8(1 if with_fd else 0) + size
     if variant != 0:
         out += u8(1) + u8(2)
     return out
 
 
 def unimport(session=FIRST, memory=FIRST):
-    return u8(5) + u8(session) + u8(memory)
+    return on_id("unimport", memory, session)
 
 
-def maintain(op, session=FIRST, memory=FIRST, kind=1):
-    out = u8(6) + u8(session) + u8(memory) + u8(kind) + u8(op)
-    if op == 3:
-        out += u8(1)
+def maintain(name, session=FIRST, memory=FIRST, kind=1):
+    """flush, invalidate, mem_info (kind), mem_param (kind, value 1) or mem_fd."""
+    out = on_id(name, memory, session)
+    if name == "mem_info":
+        out += u8(kind)
+    elif name == "mem_param":
+        out += u8(kind) + u8(1)
     return out
 
 
 def cmdbuf(session=FIRST, size=SZ_PAGE, named=False):
-    out = u8(7) + u8(session) + size + u8(1 if named else 0)
+    out = act("cmdbuf_named" if named else "cmdbuf", session) + size
     if named:
-        out += u8(3) + b"buf" + u8(4)
+        out += u8(4) + u8(3) + b"buf"
     return out
 
 
 def cmdbuf_free(session=FIRST, buffer=FIRST):
-    return u8(8) + u8(session) + u8(buffer)
+    return on_id("cmdbuf_free", buffer, session)
 
 
 def program(buffer=FIRST, steps=()):
     """steps: ("fill", memory index, count), ("copy", memory index, count), ("wait", ns)."""
-    out = u8(9) + u8(buffer) + u8(1) + u8(len(steps) - 1)
+    out = act("program") + u8(buffer) + u8(len(steps) - 1)
     for step in steps:
         if step[0] == "wait":
             out += u8(0) + u32(step[1])
@@ -322,103 +353,108 @@ def program(buffer=FIRST, steps=()):
 
 
 def raw_program(buffer=FIRST, data=b""):
-    return u8(9) + u8(buffer) + u8(0) + u8(0) + u8(len(data)) + data
+    return act("raw_program") + u8(buffer) + u8(len(data)) + data
 
 
 def create_cmd(session=FIRST):
-    return u8(10) + u8(session)
+    return act("create_cmd", session)
 
 
 def delete_cmd(session=FIRST, command=FIRST):
-    return u8(11) + u8(session) + u8(command)
+    return on_id("delete_cmd", command, session)
 
 
-def create_sub(session=FIRST, command=FIRST, type_index=0):
-    return u8(12) + u8(session) + u8(command) + u8(type_index)
+def create_sub(session=FIRST, command=FIRST, kind=1):
+    return on_id("create_sub", command, session) + device(kind)
 
 
 def add_buf(session=FIRST, sub=FIRST, buffer=FIRST, mode=0):
-    return u8(13) + u8(session) + u8(sub) + u8(buffer) + u8(mode)
+    return act("add_buf", session) + u8(sub) + u8(buffer) + u8(mode)
 
 
 def edge(first, second, session=FIRST, command=FIRST):
-    return u8(14) + u8(session) + u8(command) + u8(first) + u8(0) + u8(second)
+    return act("edge", session) + u8(command) + u8(first) + u8(second)
 
 
 def pack(first, second, session=FIRST, command=FIRST):
-    return u8(14) + u8(session) + u8(command) + u8(first) + u8(1) + u8(second)
+    return act("pack", session) + u8(command) + u8(first) + u8(second)
 
 
 def tightly(first, successor, memory, session=FIRST, command=FIRST):
-    return u8(14) + u8(session) + u8(command) + u8(first) + u8(2) + u8(successor) + u8(memory)
+    return act("tightly", session) + u8(command) + u8(first) + u8(successor) + u8(memory)
 
 
-def set_param(variant, kind=1, value=1, session=FIRST):
-    out = u8(15) + u8(session) + u8(kind) + u8(value) + u8(variant)
-    if variant in (0, 1):
-        out += u8(FIRST)
-    else:
-        out += u8(2) + (u8(FIRST) + u8(kind) + u8(value)) * 2
-    return out
+def set_param(name, kind=1, value=1, session=FIRST):
+    """cmd_param, sub_param, or cmd_params / sub_params with two entries."""
+    if name in ("cmd_param", "sub_param"):
+        return act(name, session) + u8(FIRST) + u8(kind) + u8(value)
+    return act(name, session) + u8(2) + (u8(FIRST) + u8(kind) + u8(value)) * 2
+
+
+def on_command(name, session=FIRST, command=FIRST):
+    """build, run, run_async or wait."""
+    return on_id(name, command, session)
 
 
 def build(session=FIRST, command=FIRST):
-    return u8(16) + u8(session) + u8(command)
+    return on_command("build", session, command)
 
 
-RUN, RUN_ASYNC, WAIT, RUN_TYPED, CACHED, CACHED_TYPED, CACHED_EXT = range(7)
-
-
-def run(variant, session=FIRST, command=FIRST, run_type=0, flushes=(), invalidates=()):
-    out = u8(17) + u8(session) + u8(command) + u8(run_type)
-    out += u8(len(flushes)) + b"".join(u8(m) for m in flushes)
-    out += u8(len(invalidates)) + b"".join(u8(m) for m in invalidates)
-    return out + u8(variant)
-
-
-def run_fence(mode=0, session=FIRST, command=FIRST, flags=1):
-    return u8(18) + u8(session) + u8(command) + u8(mode) + u8(flags)
-
-
-def run_fence_handles(kinds=(0,), session=FIRST, command=FIRST):
-    return u8(19) + u8(session) + u8(command) + u8(len(kinds)) + b"".join(
-        u8(k) for k in kinds) + u8(1)
-
-
-def run_info(variant, kind=3, session=FIRST):
-    out = u8(20) + u8(session) + u8(kind) + u8(variant)
-    if variant in (0, 1):
-        out += u8(FIRST)
-    else:
-        out += u8(2) + (u8(FIRST) + u8(kind)) * 2
+def run(name, session=FIRST, command=FIRST, run_type=0, flushes=(), invalidates=()):
+    """run, run_async, wait, run_typed, cached, cached_typed or cached_ext."""
+    out = on_id(name, command, session)
+    if name == "run_typed":
+        return out + u8(run_type)
+    if name.startswith("cached"):
+        out += u8(len(flushes)) + b"".join(u8(m) for m in flushes)
+        out += u8(len(invalidates)) + b"".join(u8(m) for m in invalidates)
+        if name != "cached":
+            out += u8(run_type)
     return out
 
 
+def run_fence(mode=0, session=FIRST, command=FIRST, flags=1):
+    return on_id("run_fence", command, session) + u8(mode) + u8(flags)
+
+
+def run_fence_handles(kinds=(0,), session=FIRST, command=FIRST):
+    return (on_id("run_fence_handles", command, session) + u8(len(kinds)) +
+            b"".join(u8(k) for k in kinds) + u8(1))
+
+
+def run_info(name, kind=3, session=FIRST):
+    """cmd_info, sub_info, or cmd_infos / sub_infos with two entries."""
+    if name in ("cmd_info", "sub_info"):
+        return on_id(name, FIRST, session) + u8(kind)
+    return act(name, session) + u8(2) + (u8(FIRST) + u8(kind)) * 2
+
+
 def typed_run(session=FIRST, command=FIRST, run_type=1):
-    return u8(21) + u8(session) + u8(command) + u8(run_type)
+    return on_id("typed_run", command, session) + u8(run_type)
 
 
-JOIN = u8(22)
+JOIN = act("join")
 FAIL_DELETE_SESSION, FAIL_MEM_FREE, FAIL_UNIMPORT, FAIL_CMDBUF_FREE, FAIL_DELETE_CMD, \
     FAIL_MEM_INFO, FAIL_MEM_ALLOC, FAIL_IMPORT, FAIL_RUN_TYPED, FAIL_BUILD = (
         1 << i for i in range(10))
 
 
 def inject(mask):
-    return u8(23) + struct.pack("<H", mask)
+    return act("inject") + struct.pack("<H", mask)
 
 
 def crash(own=True):
-    return u8(24) + (u8(1) if own else u8(0) + u32(999999))
+    return act("crash") + (u8(1) if own else u8(0) + u32(999999))
 
 
-def query(variant, session=FIRST, type_index=0, kind=1):
-    out = u8(25) + u8(session) + u8(type_index) + u8(variant)
-    if variant == 0:
-        out += u8(kind)
-    elif variant == 2:
-        out += u8(0) + u8(0)  # a page memfd, the block's own size (128)
-    return out
+def query(name, session=FIRST, kind=1):
+    """query_info (kind), query_num (device type) or metadata (device type, a page memfd of the
+    block's own size, 128)."""
+    if name == "query_info":
+        return act(name, session) + u8(kind)
+    if name == "query_num":
+        return act(name, session) + device(kind)
+    return act(name, session) + device(kind) + u8(0) + u8(0)
 
 
 def runnable(wait_ns=0):
@@ -433,11 +469,11 @@ def runnable(wait_ns=0):
 def sequence_seeds():
     seeds = {}
     seeds["full_life"] = runnable() + [
-        run(RUN), run(RUN_TYPED, run_type=1), run(RUN_ASYNC), run(WAIT),
-        run(CACHED, flushes=(FIRST,), invalidates=(SECOND,)),
-        run(CACHED_TYPED, run_type=2, flushes=(FIRST,)), run(CACHED_EXT, invalidates=(FIRST,)),
-        run_fence(0), run_fence_handles((0,)), run_info(0), run_info(1), run_info(2),
-        run_info(3), delete()]
+        run("run"), run("run_typed", run_type=1), run("run_async"), run("wait"),
+        run("cached", flushes=(FIRST,), invalidates=(SECOND,)),
+        run("cached_typed", run_type=2, flushes=(FIRST,)), run("cached_ext", invalidates=(FIRST,)),
+        run_fence(0), run_fence_handles((0,)), run_info("cmd_info"), run_info("sub_info"),
+        run_info("cmd_infos"), run_info("sub_infos"), delete()]
     seeds["typed_run_meets_deletion"] = runnable(wait_ns=900000) + [typed_run(), delete(), JOIN]
     seeds["two_typed_runs_then_deletion"] = runnable(wait_ns=500000) + [
         typed_run(), typed_run(run_type=2), delete(), JOIN]
@@ -454,44 +490,50 @@ def sequence_seeds():
                              free(), cmdbuf_free(), delete_cmd(), unimport(memory=SECOND),
                              inject(0), delete()]
     seeds["shared_memory"] = [create(), alloc(mem_type=1), free(), alloc(mem_type=1, variant=1),
-                              create(), maintain(0, session=SECOND), delete(), delete(SECOND)]
+                              create(), maintain("flush", session=SECOND), delete(),
+                              delete(SECOND)]
     seeds["imports"] = [create(), import_(), unimport(), import_(kind=PIPE_R),
-                        import_(kind=MEMFD_SEALED, variant=1), import_(kind=MEMFD_LARGE,
-                                                                       size=SZ_1M, variant=2),
+                        import_(kind=MEMFD_SEALED, variant=1),
+                        import_(kind=MEMFD_LARGE, size=SZ_1M, variant=2),
                         import_(with_fd=False), import_(kind=DEVNULL), delete()]
+    seeds["failed_imports_keep_duplicates"] = [create(), inject(FAIL_IMPORT),
+                                               import_(), import_(variant=2), inject(0), delete()]
     seeds["descriptor_query_fails"] = [create(), inject(FAIL_MEM_INFO), alloc(), cmdbuf(),
                                        import_(), inject(0), delete()]
-    seeds["fence_handles_unknown_command"] = [create(), run_fence_handles((0, 1),
-                                                                          command=small(5))]
+    seeds["fence_handles_unknown_command"] = [create(),
+                                              run_fence_handles((0, 1), command=small(5))]
     seeds["dependencies"] = [create(), alloc(), alloc(), cmdbuf(), cmdbuf(),
                              program(FIRST, [("fill", FIRST, 16)]),
                              program(SECOND, [("copy", FIRST, 16)]), create_cmd(), create_cmd(),
                              create_sub(), create_sub(), add_buf(sub=FIRST, buffer=FIRST),
                              add_buf(sub=SECOND, buffer=SECOND), edge(FIRST, SECOND),
-                             pack(FIRST, SECOND), tightly(FIRST, SECOND, FIRST), build(), run(RUN),
-                             delete()]
-    seeds["parameters"] = [create(), create_cmd(), create_sub(), set_param(0), set_param(1),
-                           set_param(2, kind=2, value=50), set_param(3, kind=1, value=0)]
-    seeds["queries"] = [create(), query(0, kind=1), query(0, kind=4), query(1), query(1, type_index=5),
-                        query(2), query(2, type_index=6)]
+                             pack(FIRST, SECOND), tightly(FIRST, SECOND, FIRST), build(),
+                             run("run"), delete()]
+    seeds["parameters"] = [create(), create_cmd(), create_sub(), set_param("cmd_param"),
+                           set_param("sub_param"), set_param("cmd_params", kind=2, value=50),
+                           set_param("sub_params", kind=1, value=0)]
+    seeds["queries"] = [create(), query("query_info", kind=1), query("query_info", kind=4),
+                        query("query_num"), query("query_num", kind=5), query("metadata"),
+                        query("metadata", kind=0)]
     seeds["stale_ids"] = [create(), alloc(), cmdbuf(), create_cmd(), create_sub(), delete(),
-                          free(), cmdbuf_free(), run(RUN), build(), maintain(4), add_buf(),
-                          delete_cmd()]
-    seeds["typed_run_fails"] = runnable() + [inject(FAIL_RUN_TYPED), run(RUN_TYPED), inject(0),
+                          free(), cmdbuf_free(), run("run"), build(), maintain("mem_fd"),
+                          add_buf(), delete_cmd()]
+    seeds["typed_run_fails"] = runnable() + [inject(FAIL_RUN_TYPED), run("run_typed"), inject(0),
                                              delete()]
     seeds["bad_program"] = [create(), alloc(), cmdbuf(), raw_program(data=b"DRPG" + b"\x01" * 20),
-                            create_cmd(), create_sub(), add_buf(), build(), run(RUN), delete()]
+                            create_cmd(), create_sub(), add_buf(), build(), run("run"), delete()]
     seeds["allocation_shapes"] = [create(), alloc(size=SZ_0), alloc(size=SZ_1, align_shift=12),
                                   alloc(size=size_sel(6, 0xFFFFFFFF)), alloc(mem_type=0xF5),
                                   alloc(size=SZ_64K, variant=2), cmdbuf(size=SZ_64, named=True),
                                   delete()]
-    seeds["memory_maintenance"] = [create(), alloc(), maintain(0), maintain(1), maintain(2, kind=3),
-                                   maintain(3, kind=2), maintain(4), delete()]
+    seeds["memory_maintenance"] = [create(), alloc(), maintain("flush"), maintain("invalidate"),
+                                   maintain("mem_info", kind=3), maintain("mem_param", kind=2),
+                                   maintain("mem_fd"), delete()]
     seeds["fences"] = runnable() + [run_fence(0), run_fence(1), run_fence(2),
                                     run_fence_handles((1, 0)), run_fence_handles(()), delete()]
-    seeds["command_deleted_during_use"] = runnable() + [run(RUN_ASYNC), delete_cmd(), run(WAIT),
-                                                        delete()]
-    seeds["buffer_freed_before_run"] = runnable() + [cmdbuf_free(), run(RUN), delete()]
+    seeds["command_deleted_during_use"] = runnable() + [run("run_async"), delete_cmd(),
+                                                        run("wait"), delete()]
+    seeds["buffer_freed_before_run"] = runnable() + [cmdbuf_free(), run("run"), delete()]
     return {name: b"".join(calls) for name, calls in seeds.items()}
 
 
@@ -509,17 +551,9 @@ def wire_object(offset, kind, ident=0, endpoint=b""):
 
 
 def raw_frames(data, descriptor_kinds=(), chunks=1, descriptors_with=0):
-    """Mode raw: bytes as they are (no header written by the fuzzer)."""
-    return (u8(1) + u8(len(descriptor_kinds)) + b"".join(u8(k) for k in descriptor_kinds) +
+    """Bytes as they are (no header written by the fuzzer)."""
+    return (u8(len(descriptor_kinds)) + b"".join(u8(k) for k in descriptor_kinds) +
             u8(chunks - 1) + u8(descriptors_with) + u8(1) + data)
-
-
-def round_trip(kind, code, flags, target, data, objects, descriptor_kinds):
-    out = u8(0) + u8(kind - 1) + u32(code) + u32(flags) + u64(target)
-    out += struct.pack("<H", len(data)) + data + u8(len(objects))
-    for offset, kind_, ident, endpoint in objects:
-        out += struct.pack("<H", offset) + u8(kind_) + u64(ident) + u8(len(endpoint)) + endpoint
-    return out + u8(len(descriptor_kinds)) + b"".join(u8(k) for k in descriptor_kinds)
 
 
 def frame_seeds():
@@ -564,14 +598,9 @@ def frame_seeds():
                                           wire_object(0, 9) + bytes(8)),
         "descriptors_on_later_chunk": raw_frames(transaction, [MEMFD_PAGE], chunks=3,
                                                  descriptors_with=2),
-        "round_trip_transaction": round_trip(TRANSACTION, 3, 1, 42, bytes(12),
-                                             [(0, 1, 0, b""), (4, 2, 5, endpoint)], [EVENTFD]),
-        "round_trip_reply": round_trip(REPLY, 0, 0, 0, b"abcd" * 4, [], []),
-        "round_trip_bad_objects": round_trip(DUMP, 0, 0, 1, bytes(8), [(6, 1, 0, b"")],
-                                             [PIPE_W]),
     }
-    # The fuzzer writes a well-formed header when asked: mode raw with header flag 0.
-    seeds["written_header"] = u8(1) + u8(1) + u8(EVENTFD) + u8(0) + u8(0) + u8(0) + u8(
+    # The fuzzer writes a well-formed header when asked: header flag 0.
+    seeds["written_header"] = u8(1) + u8(EVENTFD) + u8(0) + u8(0) + u8(0) + u8(
         TRANSACTION - 1) + u8(1) + struct.pack("<H", 8) + wire_object(0, 1) + bytes(8)
     return seeds
 
