@@ -51,11 +51,6 @@ TEST_F(FencedRunTest, TheReplyCarriesTheOnlyCopyOfTheFenceThatStaysOpen) {
     EXPECT_EQ(openDescriptorCount(), before + 1) << "everything else is closed";
     pollfd ready{output.fds[0].get(), POLLIN, 0};
     EXPECT_EQ(poll(&ready, 1, 0), 1) << "the fake's fence is signalled";
-
-    const std::string entry = "cmd_runFence_v2: dravik_id=" + std::to_string(id_) +
-                              ", cmd_id=" + std::to_string(cmd_id_) +
-                              ", flags=0, in_handle.fds.size=2";
-    EXPECT_EQ(platform_recorder::logLinesWithText(entry).at(0).priority, ANDROID_LOG_ERROR);
 }
 
 TEST_F(FencedRunTest, AFailedRunStillClosesWhatTheDriverAnswered) {
@@ -72,13 +67,8 @@ TEST_F(FencedRunTest, AFailedRunStillClosesWhatTheDriverAnswered) {
     EXPECT_EQ(ret, 0);
     EXPECT_TRUE(output.fds.empty());
     EXPECT_TRUE(output.ints.empty());
-    EXPECT_EQ(countLines("cmd_runFence_v2 failed errno(16/Device or resource busy)"), 1u);
     EXPECT_FALSE(
             isOpen(static_cast<int>(fake_driver::callsTo("dravikCmd_runFence")[0].arguments[1])));
-
-    fake_driver::setResult("dravikCmd_runFence", -1, EINVAL);
-    ASSERT_TRUE(service_->cmd_runFence_v2(id_, cmd_id_, input, 0, &output, &ret).isOk());
-    EXPECT_EQ(ret, -1);
 }
 
 TEST_F(FencedRunTest, UnknownCommandLeavesTheInputDuplicateOpen) {
@@ -89,7 +79,6 @@ TEST_F(FencedRunTest, UnknownCommandLeavesTheInputDuplicateOpen) {
     ASSERT_TRUE(service_->cmd_runFence_v2(id_, 999, input, 0, &output, &ret).isOk());
     EXPECT_EQ(ret, -1);
     EXPECT_EQ(openDescriptorCount(), before + 1) << "kept open deliberately";
-    EXPECT_EQ(countLines("cmd_runFence_v2 failed due to cmd nullptr"), 1u);
     EXPECT_TRUE(fake_driver::callsTo("dravikCmd_runFence").empty());
 
     // A missing out-parameter: the unexpected-null number as the exception code, nothing run.

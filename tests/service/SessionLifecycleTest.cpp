@@ -113,12 +113,6 @@ TEST_F(SessionLifecycleTest, CrashCleanupTriesEverySessionAndDropsTheClient) {
     EXPECT_EQ(static_cast<uint64_t>(deletions[0].arguments[0]), first);
     EXPECT_EQ(static_cast<uint64_t>(deletions[1].arguments[0]), second);
     EXPECT_EQ(static_cast<uint64_t>(deletions[2].arguments[0]), third);
-    EXPECT_EQ(
-            countLines("releaseCrashClient delete session:" + std::to_string(second) + " failed!"),
-            1u);
-    EXPECT_EQ(
-            countLines("releaseCrashClient delete session:" + std::to_string(third) + " success!"),
-            1u);
 
     // The failed session stays registered, but the client's list is gone.
     EXPECT_EQ(service_->getDravikSession(second), reinterpret_cast<dravik_session*>(second));
