@@ -5,6 +5,7 @@
 
 #include <aidl/vendor/korvane/hardware/tessaro/dravik/BnTovanDravikCallback.h>
 #include <android/log.h>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -649,8 +650,8 @@ const Case kCases[] = {
 
 // The two lowest descriptor numbers that are free now.
 std::pair<int, int> lowestFreeDescriptors() {
-    const int first = dup(0);
-    const int second = dup(0);
+    const int first = open("/dev/null", O_RDONLY);
+    const int second = open("/dev/null", O_RDONLY);
     close(first);
     close(second);
     return {first, second};

@@ -3,6 +3,7 @@
 #include <android/binder_manager.h>
 #include <cutils/properties.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -22,6 +23,14 @@ struct State {
     std::vector<std::string> trace_events;
     uint64_t trace_tags = 0;
 };
+
+// The service never takes descriptor 0 for its own, as in a hosting process, where it is always
+// open; a test started without standard input gets /dev/null there so that descriptor numbers
+// come out as they do in service.
+[[maybe_unused]] const bool standard_input_taken = [] {
+    if (fcntl(0, F_GETFD) == -1) open("/dev/null", O_RDONLY);
+    return true;
+}();
 
 // Never destroyed: binder pool threads may still log while the process exits.
 State& state() {
