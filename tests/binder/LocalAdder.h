@@ -7,7 +7,6 @@
 #include <android/binder_parcel.h>
 
 #include <atomic>
-#include <memory>
 
 class Adder : public ndk::BnCInterface<ndk::ICInterface> {
   public:
@@ -21,11 +20,6 @@ class Adder : public ndk::BnCInterface<ndk::ICInterface> {
     static AIBinder_Class* binderClass() {
         static AIBinder_Class* const binder_class = defineClass(kDescriptor, onTransact);
         return binder_class;
-    }
-    // The local object behind binder, as generated fromBinder finds it; null for another class.
-    static std::shared_ptr<ndk::ICInterface> fromBinder(const ndk::SpAIBinder& binder) {
-        if (!AIBinder_associateClass(binder.get(), binderClass())) return nullptr;
-        return asInterface(binder.get());
     }
 
   protected:

@@ -4,14 +4,12 @@
 #include <android/binder_manager.h>
 #include <android/binder_parcel_utils.h>
 #include <android/binder_process.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
-#include <string>
+#include <vector>
 
 #include "PeerProtocol.h"
 
@@ -20,21 +18,6 @@ namespace {
 std::mutex lock;
 std::condition_variable barrier_changed;
 int barrier_arrived = 0;  // guarded by lock
-
-binder_status_t exchange(const AParcel* in, AParcel* out) {
-    std::string text;
-    ndk::ScopedFileDescriptor file;
-    binder_status_t status = ndk::AParcel_readData(in, &text);
-    if (status == STATUS_OK) status = ndk::AParcel_readData(in, &file);
-    if (status != STATUS_OK) return status;
-    const std::string written = "written by the server";
-    if (::pwrite(file.get(), written.data(), written.size(), 0) < 0) return STATUS_UNKNOWN_ERROR;
-    std::reverse(text.begin(), text.end());
-    status = ndk::AParcel_writeData(out, text);
-    if (status == STATUS_OK) status = ndk::AParcel_writeData(out, AIBinder_getCallingPid());
-    if (status != STATUS_OK) return status;
-    return ndk::AParcel_writeData(out, static_cast<int32_t>(AIBinder_getCallingUid()));
-}
 
 binder_status_t barrier(const AParcel* in, AParcel* out) {
     int32_t wanted = 0;
@@ -46,19 +29,14 @@ binder_status_t barrier(const AParcel* in, AParcel* out) {
     // The bound only keeps a broken run from hanging; the test fails on a short count.
     barrier_changed.wait_for(guard, std::chrono::seconds(60),
                              [&] { return barrier_arrived >= wanted; });
-    return ndk::AParcel_writeData(out, int32_t{barrier_arrived});
+    return ndk::AParcel_writeData(
+            out, std::vector<int32_t>{barrier_arrived, AIBinder_getCallingPid(),
+                                      static_cast<int32_t>(AIBinder_getCallingUid())});
 }
 
 binder_status_t onTransact(AIBinder* /*binder*/, transaction_code_t code, const AParcel* in,
                            AParcel* out) {
-    switch (code) {
-        case peer::kExchange:
-            return exchange(in, out);
-        case peer::kBarrier:
-            return barrier(in, out);
-        default:
-            return STATUS_UNKNOWN_TRANSACTION;
-    }
+    return code == peer::kBarrier ? barrier(in, out) : STATUS_UNKNOWN_TRANSACTION;
 }
 
 }  // namespace

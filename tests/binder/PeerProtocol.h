@@ -1,22 +1,16 @@
 // The interface between the cross-process tests and their peer program (binder_test_peer): a
-// service class with one code per check.
+// service class and the code it serves.
 #pragma once
 
 #include <android/binder_ibinder.h>
-
-#include <cstdint>
 
 namespace peer {
 
 constexpr const char* kServiceDescriptor = "test.peer.IPeer";
 
-enum Code : transaction_code_t {
-    // in: string, descriptor. out: the string reversed, the caller's pid and uid; "written by the
-    // server" is written at the start of the descriptor's file.
-    kExchange = FIRST_CALL_TRANSACTION,
-    // in: int32 n. Waits until n calls of kBarrier are running at once; out: the count reached.
-    kBarrier,
-};
+// in: int32 n. Waits until n calls of kBarrier are running at once; out: an int32 vector of the
+// count reached, the caller's pid and its uid.
+constexpr transaction_code_t kBarrier = FIRST_CALL_TRANSACTION;
 
 // A class whose binders carry no user data; on_transact serves them.
 inline AIBinder_Class* defineClass(const char* descriptor, AIBinder_Class_onTransact on_transact) {

@@ -45,14 +45,21 @@ TEST(ServiceManagerTest, RegisteredBindersAreFoundAndHeld) {
     checked.set(nullptr);
     got.set(nullptr);
     EXPECT_EQ(Adder::live_count, live + 1);
-    EXPECT_EQ(Adder::fromBinder(ndk::SpAIBinder(AServiceManager_checkService(name.c_str()))),
-              replacement);
+    EXPECT_EQ(ndk::SpAIBinder(AServiceManager_checkService(name.c_str())), replacement->asBinder());
     EXPECT_EQ(AServiceManager_checkService("test.never.registered/default"), nullptr);
 }
 
-TEST(ServiceManagerTest, BadNamesAreRefusedAtOnce) {
+// A wait ends when the name is registered; a bad name is refused at once, never waited for.
+TEST(ServiceManagerTest, WaitsEndAtRegistrationAndBadNamesAreRefusedAtOnce) {
+    const std::string name = freshName(20);
+    auto waiter = std::async(std::launch::async, [&name] {
+        return ndk::SpAIBinder(AServiceManager_waitForService(name.c_str()));
+    });
     auto service = ndk::SharedRefBase::make<Adder>();
     ndk::SpAIBinder binder = service->asBinder();
+    ASSERT_EQ(AServiceManager_registerLazyService(binder.get(), name.c_str()), STATUS_OK);
+    EXPECT_EQ(waiter.get(), binder);
+
     const std::string too_long = "test.IAdder/" + std::string(128 - 12, 'x');
     for (const char* bad : {"", "has space", "semi;colon", too_long.c_str()}) {
         EXPECT_EQ(AServiceManager_addService(binder.get(), bad), EX_ILLEGAL_ARGUMENT) << bad;
@@ -65,17 +72,6 @@ TEST(ServiceManagerTest, BadNamesAreRefusedAtOnce) {
     EXPECT_EQ(AServiceManager_registerLazyService(nullptr, "test.null/lazy"),
               STATUS_UNEXPECTED_NULL);
     EXPECT_EQ(AServiceManager_waitForService(nullptr), nullptr);
-}
-
-TEST(ServiceManagerTest, WaitForServiceReturnsOnceRegistered) {
-    const std::string name = freshName(20);
-    auto waiter = std::async(std::launch::async, [&name] {
-        return ndk::SpAIBinder(AServiceManager_waitForService(name.c_str()));
-    });
-    auto service = ndk::SharedRefBase::make<Adder>();
-    ndk::SpAIBinder binder = service->asBinder();
-    ASSERT_EQ(AServiceManager_registerLazyService(binder.get(), name.c_str()), STATUS_OK);
-    EXPECT_EQ(waiter.get(), binder);
 }
 
 // Instances are declared by the manifest fragments of $TESSARO_VINTF_DIR, in both forms of an

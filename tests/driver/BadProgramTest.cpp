@@ -27,10 +27,9 @@ TEST_F(BadProgramTest, EachFaultFailsTheRunWithItsErrnoAndWritesNothing) {
     ScopedSession other_session;
     // Ranges past the end of in run into the next object, which is another session's.
     const Floats out = allocateFloats(session.get(), 16);
-    const Floats in = allocateFloats(session.get(), 16);
+    const Floats in = allocateFloats(session.get(), std::vector<float>(16, 3.0f));
     const Floats foreign = allocateFloats(other_session.get(), 16);
     const Floats freed = allocateFloats(session.get(), 16);
-    in.set(std::vector<float>(16, 3.0f));
     const ProgramCommand made = makeProgramCommand(session.get(), {Program()});
     // Freed last, so no object made since has taken its address.
     ASSERT_EQ(dravikSession_memFree(session.get(), freed.memory), 0);
@@ -43,8 +42,6 @@ TEST_F(BadProgramTest, EachFaultFailsTheRunWithItsErrnoAndWritesNothing) {
         Bytes bytes;
         int expected_errno;
     } cases[] = {
-            {"zeroes", Bytes(good.size(), 0), EINVAL},
-            {"shorter than a header", Bytes(good.begin(), good.begin() + 8), EINVAL},
             {"magic", edited(good, 0, DRAVIK_REFERENCE_PROGRAM_MAGIC ^ 1), EINVAL},
             {"version", edited(good, kVersion, 2), EINVAL},
             {"longer than the buffer", edited(good, kByteLength, 4096), EINVAL},
@@ -71,7 +68,6 @@ TEST_F(BadProgramTest, EachFaultFailsTheRunWithItsErrnoAndWritesNothing) {
              EOVERFLOW},
             {"address wraps", Program().copy(~uint64_t{0} - 7, out.address, 16).bytes(), EOVERFLOW},
             {"past the end", Program().relu(in.at(1), out.address, 16).bytes(), EFAULT},
-            {"address 0", Program().relu(0, out.address, 16).bytes(), EFAULT},
             {"below device memory", Program().copy(4096, out.address, 4).bytes(), EFAULT},
             {"freed memory", Program().relu(freed.address, out.address, 16).bytes(), EFAULT},
             {"another session's input", Program().relu(foreign.address, out.address, 16).bytes(),

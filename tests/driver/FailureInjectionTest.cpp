@@ -1,9 +1,8 @@
 // Failures injected through DRAVIK_MDW_FAIL: read at load and on reload, each listed operation
 // failing with its errno and doing nothing.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #include "DriverTestSupport.h"
 
@@ -28,7 +27,7 @@ class FailureInjectionTest : public DriverTest {
 
 TEST_F(FailureInjectionTest, ListedOperationsFailWithTheirErrnoAndDoNothing) {
     ScopedSession session;
-    const ProgramCommand built = makeEmptyCommand(session.get());
+    const ProgramCommand built = makeProgramCommand(session.get(), {Program()});
     dravik_mem* mem = dravikSession_memAlloc(session.get(), 64, 0, 0, 0);
     ASSERT_EQ(injectFailures("dravikSession_memAlloc,dravikCmd_run:EIO,"
                              "dravikSession_memGetInfoFromHostPtr:ENODEV,dravikSession_createCmd:"
@@ -49,11 +48,9 @@ TEST_F(FailureInjectionTest, ListedOperationsFailWithTheirErrnoAndDoNothing) {
             << "an operation not listed is untouched";
 
     // A reload replaces the list as a whole; entries not understood are ignored and reported.
-    errno = 0;
-    EXPECT_EQ(injectFailures("dravikSession_bogus,dravikCmd_build:EWHAT,dravikCmd_wait : EBUSY,,"
-                             "dravikCmd_run:-5"),
-              -1);
-    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(errnoOfFailure(injectFailures("dravikSession_bogus,dravikCmd_build:EWHAT,"
+                                            "dravikCmd_wait : EBUSY,,dravikCmd_run:-5")),
+              EINVAL);
     EXPECT_EQ(dravikCmd_build(built.command), 0);
     EXPECT_EQ(dravikCmd_run(built.command), 0);
     EXPECT_EQ(dravikSession_memGetInfoFromHostPtr(session.get(), mem, 1), 64);
@@ -63,31 +60,19 @@ TEST_F(FailureInjectionTest, ListedOperationsFailWithTheirErrnoAndDoNothing) {
     EXPECT_EQ(dravikCmd_wait(built.command), 0);
 }
 
-// Re-runs itself in a child process whose environment lists the failure from the start, so the
-// child sees what the library read when it was loaded, without any reload.
+// Runs itself again in a child whose environment lists the failure from the start, so the child
+// sees what the library read when it was loaded, without any reload.
 TEST(FailureInjectionAtLoadTest, TheListIsReadWhenTheLibraryIsLoaded) {
     if (std::getenv(kVariable) != nullptr) {
-        errno = 0;
-        EXPECT_EQ(dravikSession_createInstance(), nullptr);
-        EXPECT_EQ(errno, ENODEV);
+        EXPECT_EQ(errnoOfFailure(dravikSession_createInstance()), ENODEV);
         return;
     }
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        setenv(kVariable, "dravikSession_createInstance:ENODEV", 1);
-        execl("/proc/self/exe", "dravik_reference_driver_test",
-              "--gtest_filter=FailureInjectionAtLoadTest.*", static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-    // This process was loaded without the list.
-    dravik_session* session = dravikSession_createInstance();
-    EXPECT_NE(session, nullptr);
-    dravikSession_deleteInstance(session);
+    const std::string child = std::string(kVariable) + "=dravikSession_createInstance:ENODEV '" +
+                              std::filesystem::read_symlink("/proc/self/exe").string() +
+                              "' '--gtest_filter=FailureInjectionAtLoadTest.*'";
+    EXPECT_EQ(std::system(child.c_str()), 0);
+    const ScopedSession session;  // this process was loaded without the list
+    EXPECT_NE(session.get(), nullptr);
 }
 
 }  // namespace

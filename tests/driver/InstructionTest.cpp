@@ -32,16 +32,11 @@ std::vector<float> softmax(const std::vector<float>& in, std::vector<float> out)
 
 TEST_F(InstructionTest, EachInstructionComputesWhatAPlainLoopDoes) {
     ScopedSession session;
-    const Floats a = allocateFloats(session.get(), kM * kK),
-                 b = allocateFloats(session.get(), kK * kN);
-    const Floats bias = allocateFloats(session.get(), kN),
-                 out = allocateFloats(session.get(), kM * kN);
-    const std::vector<float> in_a = pseudoRandom(a.count, 1), in_b = pseudoRandom(b.count, 2);
-    const std::vector<float> in_bias = pseudoRandom(bias.count, 3),
-                             untouched(out.count, kUntouched);
-    a.set(in_a);
-    b.set(in_b);
-    bias.set(in_bias);
+    const std::vector<float> in_a = pseudoRandom(kM * kK, 1), in_b = pseudoRandom(kK * kN, 2);
+    const std::vector<float> in_bias = pseudoRandom(kN, 3), untouched(kM * kN, kUntouched);
+    const Floats a = allocateFloats(session.get(), in_a), b = allocateFloats(session.get(), in_b);
+    const Floats bias = allocateFloats(session.get(), in_bias),
+                 out = allocateFloats(session.get(), untouched);
 
     auto matmul = [&](bool with_bias) {
         std::vector<float> c(out.count);
