@@ -159,6 +159,15 @@ struct Case {
     std::vector<std::string> lines;
 };
 
+// Makes call, then makes it again with the driver back to its defaults; the second call's outcome
+// and lines show whether the first left its object filed.
+Outcome again(World& w, Call call) {
+    call(w);
+    fake_driver::reset();
+    platform_recorder::reset();
+    return call(w);
+}
+
 void PrintTo(const Case& scenario, std::ostream* out) {
     *out << scenario.name;
 }
@@ -235,8 +244,9 @@ const Call kMemoryParameter = [](World& w) {
 const Call kMemoryDescriptor = [](World& w) {
     ndk::ScopedFileDescriptor fd;
     w->session_memGetFdFromHostPtr(w.s(), w.m(), 2, &fd);
-    // A failure answers descriptor 0, which is not this test's to close.
-    return Outcome{kOk, fd.get() == 0 ? fd.release() : fd.get() > 0};
+    // A failure answers descriptor 0, which is not this test's to close; a fresh one answers 1.
+    if (fd.get() == 0) return Outcome{kOk, fd.release()};
+    return Outcome{kOk, fd.get() > 0 ? 1 : fd.get()};
 };
 const Call kBuffer = [](World& w) {
     return w.buffer(w->session_cmdBufAlloc(w.s(), 256, 8, &w.buffer_record));
@@ -410,6 +420,11 @@ const Case kCases[] = {
              {"I session_memAllocV1 dravik_id:{s}, mem_id:2, size:4096 align:64 mem_type:1 mem_flag:3"}),
         Case("FreeUnknownMemory", kFree, 'm', {}, {kOk, -1},
              {"E memFree failed,dravik_id={s}, dravik_mem_id=999, ret:-1"}),
+        Case("FreeTwice", [](World& w) { return again(w, kFree); }, 0, {}, {kOk, -1},
+             {"E memFree failed,dravik_id={s}, dravik_mem_id={m}, ret:-1"}),
+        Case("FreeAgainAfterAFailure", [](World& w) { return again(w, kFree); }, 0,
+             {"dravikSession_memFree"}, {kOk, 0},
+             {"I memFree dravik_id={s}, dravik_mem_id={m}, ret:0"}),
         Case("FreeFails", kFree, 0, {"dravikSession_memFree"}, {kOk, 5},
              {"I memFree dravik_id={s}, dravik_mem_id={m}, ret:5"}),
         Case("Free", kFree, 0, {}, {kOk, 0}, {"I memFree dravik_id={s}, dravik_mem_id={m}, ret:0"}),
@@ -439,6 +454,11 @@ const Case kCases[] = {
         Case("UnImportInUnknownSession", kUnImport, 's', {}, {kOk, -1},
              {kNoSession,
               "E session_memUnImport failed! dravik_id=999, dravik_mem_id={m}, ret:-1"}),
+        Case("UnImportTwice", [](World& w) { return again(w, kUnImport); }, 0, {}, {kOk, -1},
+             {"E session_memUnImport failed! dravik_id={s}, dravik_mem_id={m}, ret:-1"}),
+        Case("UnImportAgainAfterAFailure", [](World& w) { return again(w, kUnImport); }, 0,
+             {"dravikSession_memUnImport"}, {kOk, 0},
+             {"I session_memUnImport dravik_id={s}, dravik_mem_id={m}, ret:0"}),
         Case("UnImport", kUnImport, 0, {}, {kOk, 0},
              {"I session_memUnImport dravik_id={s}, dravik_mem_id={m}, ret:0"}),
         // Maintenance and host-pointer queries.
@@ -480,6 +500,12 @@ const Case kCases[] = {
         Case("FreeBufferInUnknownSession", kFreeBuffer, 's', {}, {kOk, -1},
              {kNoSession, "E getDravikCmdBuf Failed",
               "E session_cmdBufFree failed dravik_id=999, cmd_buf_id={b}"}),
+        Case("FreeBufferTwice", [](World& w) { return again(w, kFreeBuffer); }, 0, {}, {kOk, -1},
+             {"E getDravikCmdBuf Failed",
+              "E session_cmdBufFree failed dravik_id={s}, cmd_buf_id={b}"}),
+        Case("FreeBufferAgainAfterAFailure", [](World& w) { return again(w, kFreeBuffer); }, 0,
+             {"dravikSession_cmdBufFree"}, {kOk, 0},
+             {"I session_cmdBufFree dravik_id:{s} cmd_buf_id:{b}, ret:0"}),
         Case("FreeBufferFails", kFreeBuffer, 0, {"dravikSession_cmdBufFree"}, {kOk, 5},
              {"I session_cmdBufFree dravik_id:{s} cmd_buf_id:{b}, ret:5"}),
         // Commands and sub-commands.
@@ -491,6 +517,11 @@ const Case kCases[] = {
              {"I session_createCmd session_createCmd dravik_id:{s} cmd_id:2!"}),
         Case("DeleteCommandInUnknownSession", kDeleteCommand, 's', {}, {kOk, -1},
              {kNoSession, kNoCommand, "E session_deleteCmd failed dravik_id=999, cmd_id={c}"}),
+        Case("DeleteCommandTwice", [](World& w) { return again(w, kDeleteCommand); }, 0, {},
+             {kOk, -1}, {kNoCommand, "E session_deleteCmd failed dravik_id={s}, cmd_id={c}"}),
+        Case("DeleteCommandAgainAfterAFailure", [](World& w) { return again(w, kDeleteCommand); },
+             0, {"dravikSession_deleteCmd"}, {kOk, 0},
+             {"I session_deleteCmd dravik_id={s}, cmd_id={c}, ret:0"}),
         Case("DeleteCommandFails", kDeleteCommand, 0, {"dravikSession_deleteCmd"}, {kOk, 5},
              {"I session_deleteCmd dravik_id={s}, cmd_id={c}, ret:5"}),
         Case("SubCommandOfTypeFive", kSubCommandOfTypeFive, 0, {}, {kUnsupported, 0},
