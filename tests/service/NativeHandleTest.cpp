@@ -20,18 +20,10 @@ NativeHandle recordWith(int descriptor_count, std::vector<int32_t> ints) {
     return record;
 }
 
-TEST(NativeHandleTest, EmptyRecordsConvertToEmptyHandles) {
+TEST(NativeHandleTest, MadeHandlesBorrowDuplicatedHandlesOwn) {
     EXPECT_TRUE(android::isAidlNativeHandleEmpty(NativeHandle{}));
     EXPECT_FALSE(android::isAidlNativeHandleEmpty(recordWith(0, {1})));
     EXPECT_FALSE(android::isAidlNativeHandleEmpty(recordWith(1, {})));
-    native_handle_t* handle = android::dupFromAidl(NativeHandle{});
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(handle->numFds, 0);
-    EXPECT_EQ(handle->numInts, 0);
-    native_handle_delete(handle);
-}
-
-TEST(NativeHandleTest, MadeHandlesBorrowDuplicatedHandlesOwn) {
     const NativeHandle record = recordWith(2, {5, -6, 7});
     native_handle_t* made = android::makeFromAidl(record);
     ASSERT_NE(made, nullptr);

@@ -20,8 +20,6 @@ struct State {
     std::vector<Registration> registrations;
     std::optional<binder_status_t> registration_result;
     std::map<std::string, std::string> properties;
-    std::vector<std::string> trace_events;
-    uint64_t trace_tags = 0;
 };
 
 // The service never takes descriptor 0 for its own, as in a hosting process, where it is always
@@ -63,16 +61,6 @@ std::vector<Registration> registrations() {
     return state().registrations;
 }
 
-std::vector<std::string> traceEvents() {
-    std::lock_guard<std::mutex> guard(state().lock);
-    return state().trace_events;
-}
-
-void enableTraceTags(uint64_t tags) {
-    std::lock_guard<std::mutex> guard(state().lock);
-    state().trace_tags = tags;
-}
-
 void failRegistrations(binder_status_t result) {
     std::lock_guard<std::mutex> guard(state().lock);
     state().registration_result = result;
@@ -89,8 +77,6 @@ void reset() {
     state().registrations.clear();
     state().registration_result.reset();
     state().properties.clear();
-    state().trace_events.clear();
-    state().trace_tags = 0;
 }
 
 }  // namespace platform_recorder
@@ -147,19 +133,4 @@ extern "C" binder_status_t AServiceManager_registerLazyService(AIBinder* binder,
     static RegisterLazy register_lazy =
             platform_recorder::nextDefinition<RegisterLazy>("AServiceManager_registerLazyService");
     return register_lazy(binder, instance);
-}
-
-extern "C" uint64_t atrace_get_enabled_tags() {
-    std::lock_guard<std::mutex> guard(state().lock);
-    return state().trace_tags;
-}
-
-extern "C" void atrace_begin_body(const char* name) {
-    std::lock_guard<std::mutex> guard(state().lock);
-    state().trace_events.push_back(std::string("begin ") + name);
-}
-
-extern "C" void atrace_end_body() {
-    std::lock_guard<std::mutex> guard(state().lock);
-    state().trace_events.push_back("end");
 }

@@ -27,11 +27,6 @@ std::vector<LogLine> logLines();
 // The lines with exactly this text.
 std::vector<LogLine> logLinesWithText(const std::string& text);
 std::vector<Registration> registrations();
-// Trace events in order: "begin <name>" or "end".
-std::vector<std::string> traceEvents();
-
-// The platform trace facility reports these tags as enabled (none at first).
-void enableTraceTags(uint64_t tags);
 
 // A registration answers this result instead of reaching the service manager.
 void failRegistrations(binder_status_t result);

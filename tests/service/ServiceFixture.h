@@ -60,10 +60,6 @@ class ServiceFixture : public ::testing::Test {
         return texts;
     }
 
-    static size_t countLines(const std::string& text) {
-        return platform_recorder::logLinesWithText(text).size();
-    }
-
     // The names of the driver functions called, in order.
     static std::vector<std::string> driverCalls() {
         std::vector<std::string> names;
