@@ -43,11 +43,18 @@ bool eventually(Condition condition) {
     return condition();
 }
 
-// A private service directory for this test process, set before the runtime first looks.
-[[maybe_unused]] const bool private_directory = [] {
-    static char path[] = "/tmp/binder-test-XXXXXX";
-    return ::mkdtemp(path) != nullptr && ::setenv("TESSARO_BINDER_DIR", path, 1) == 0;
-}();
+// A private service directory for this test process, set before the runtime first looks, and
+// removed with whatever the runtime left in it when the process ends.
+struct PrivateDirectory {
+    char path[32] = "/tmp/binder-test-XXXXXX";
+    PrivateDirectory() {
+        if (::mkdtemp(path) != nullptr) ::setenv("TESSARO_BINDER_DIR", path, 1);
+    }
+    ~PrivateDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+} private_directory;
 
 binder_status_t noTransactions(AIBinder*, transaction_code_t, const AParcel*, AParcel*) {
     return STATUS_UNKNOWN_TRANSACTION;
